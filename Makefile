@@ -1,0 +1,35 @@
+# The two commands a fresh machine needs: `make run` and `make test`.
+BUILD ?= build
+JOBS ?= $(shell nproc)
+CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+.PHONY: setup build run test asan bench screenshots clean
+
+setup:
+	@scripts/setup.sh
+
+build: setup
+	@cmake -S . -B $(BUILD) $(CMAKE_FLAGS) >/dev/null
+	@cmake --build $(BUILD) -j $(JOBS)
+
+run: build
+	$(BUILD)/bin/kelp
+
+test: build
+	cd $(BUILD) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
+
+asan: setup
+	@cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DKELP_SANITIZE=ON >/dev/null
+	@cmake --build build-asan -j $(JOBS)
+	cd build-asan && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
+
+bench: build
+	$(BUILD)/bin/bench_download
+	$(BUILD)/bin/bench_sar_run
+	$(BUILD)/bin/bench_statistics
+
+screenshots: build
+	scripts/screenshots.sh
+
+clean:
+	rm -rf $(BUILD) build-asan

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/eventqueue.h"
+
+namespace kelp::platform {
+
+// Waits sleep in the event dispatcher until the next event; nothing spins.
+class QtEventQueue final : public EventQueue {
+public:
+    void waitForEvent() override;
+    void processPending() override;
+    bool closing() const override { return closing_; }
+    void setClosing() { closing_ = true; }
+
+private:
+    bool closing_ = false;
+};
+
+}  // namespace kelp::platform

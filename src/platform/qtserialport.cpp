@@ -1,0 +1,100 @@
+#include "platform/qtserialport.h"
+
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/serialsettings.h"
+
+namespace kelp::platform {
+
+QtSerialPort::QtSerialPort(QObject* parent) : QObject(parent) {
+    connect(&port_, &QSerialPort::errorOccurred, this, [this](QSerialPort::SerialPortError e) {
+        if (e == QSerialPort::ResourceError && port_.isOpen()) failed_ = true;
+    });
+}
+
+QtSerialPort::~QtSerialPort() { close(); }
+
+void QtSerialPort::setPortName(const std::string& device) {
+    device_ = device;
+    if (!port_.isOpen()) port_.setPortName(QString::fromStdString(device));
+}
+
+std::string QtSerialPort::portName() const { return device_; }
+
+void QtSerialPort::setSettings(const std::string& settings) {
+    settings_ = settings;
+    if (port_.isOpen()) applySettings();
+}
+
+std::string QtSerialPort::settings() const { return settings_; }
+
+void QtSerialPort::applySettings() {
+    LineSettings ls = parseLineSettings(settings_).value_or(LineSettings{});
+    port_.setBaudRate(ls.baud);
+    port_.setDataBits(static_cast<QSerialPort::DataBits>(ls.dataBits));
+    port_.setStopBits(ls.stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
+    switch (ls.parity) {
+        case 'E': port_.setParity(QSerialPort::EvenParity); break;
+        case 'O': port_.setParity(QSerialPort::OddParity); break;
+        case 'M': port_.setParity(QSerialPort::MarkParity); break;
+        case 'S': port_.setParity(QSerialPort::SpaceParity); break;
+        default: port_.setParity(QSerialPort::NoParity); break;
+    }
+    port_.setFlowControl(QSerialPort::NoFlowControl);
+}
+
+OpenError QtSerialPort::open() {
+    if (port_.isOpen()) return OpenError::AlreadyOpen;
+    failed_ = false;
+    port_.setPortName(QString::fromStdString(device_));
+    if (device_.empty()) return OpenError::NotFound;
+    if (!port_.open(QIODevice::ReadWrite)) {
+        const auto err = port_.error();
+        port_.clearError();
+        if (err == QSerialPort::DeviceNotFoundError) return OpenError::NotFound;
+        if (err == QSerialPort::PermissionError) {
+            // Qt reports a busy device and a forbidden one alike; the file's access bits tell.
+            if (::access(device_.c_str(), R_OK | W_OK) != 0 && errno == EACCES)
+                return OpenError::PermissionDenied;
+            return OpenError::Busy;
+        }
+        return OpenError::Other;
+    }
+    applySettings();
+    return OpenError::None;
+}
+
+bool QtSerialPort::isOpen() const { return port_.isOpen(); }
+
+void QtSerialPort::close() {
+    if (!port_.isOpen()) return;
+    // Closing restores the old line settings at once; let our last bytes leave first.
+    if (!failed_) {
+        port_.flush();
+        if (port_.bytesToWrite() > 0) port_.waitForBytesWritten(200);
+        if (port_.handle() >= 0) ::tcdrain(port_.handle());
+    }
+    port_.close();
+    port_.clearError();
+}
+
+void QtSerialPort::write(const std::string& block) {
+    if (!port_.isOpen()) return;
+    port_.write(block.data(), static_cast<qint64>(block.size()));
+    port_.flush();
+}
+
+int QtSerialPort::bytesWaiting() {
+    return port_.isOpen() ? static_cast<int>(port_.bytesAvailable()) : 0;
+}
+
+std::string QtSerialPort::readAll() {
+    if (!port_.isOpen()) return {};
+    const QByteArray data = port_.readAll();
+    return std::string(data.constData(), static_cast<size_t>(data.size()));
+}
+
+}  // namespace kelp::platform

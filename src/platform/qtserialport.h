@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QObject>
+#include <QSerialPort>
+
+#include "platform/serialport.h"
+
+namespace kelp::platform {
+
+// The serial-port interface on QSerialPort. Bytes arrive through the event loop, so
+// bytesWaiting() grows only while the caller yields to the event queue.
+class QtSerialPort final : public QObject, public SerialPort {
+    Q_OBJECT
+public:
+    explicit QtSerialPort(QObject* parent = nullptr);
+    ~QtSerialPort() override;
+
+    void setPortName(const std::string& device) override;
+    std::string portName() const override;
+    void setSettings(const std::string& settings) override;
+    std::string settings() const override;
+    OpenError open() override;
+    bool isOpen() const override;
+    void close() override;
+    void write(const std::string& block) override;
+    int bytesWaiting() override;
+    std::string readAll() override;
+    bool failed() const override { return failed_; }
+
+private:
+    void applySettings();
+
+    QSerialPort port_;
+    std::string device_;
+    std::string settings_ = "9600,N,8,1";
+    bool failed_ = false;
+};
+
+}  // namespace kelp::platform

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+namespace kelp::platform {
+
+enum class OpenError { None, AlreadyOpen, Busy, NotFound, PermissionDenied, Other };
+
+// The program's one serial port. Data is handled as text, one character per byte.
+class SerialPort {
+public:
+    virtual ~SerialPort() = default;
+
+    // Device path, for example /dev/ttyS0 or /dev/pts/7.
+    virtual void setPortName(const std::string& device) = 0;
+    virtual std::string portName() const = 0;
+    // Line settings such as "9600,N,8,1"; applied at once when the port is open.
+    virtual void setSettings(const std::string& settings) = 0;
+    virtual std::string settings() const = 0;
+
+    virtual OpenError open() = 0;
+    virtual bool isOpen() const = 0;
+    // Lets pending output leave at the present settings before closing.
+    virtual void close() = 0;
+
+    virtual void write(const std::string& block) = 0;
+    virtual int bytesWaiting() = 0;
+    // Returns everything waiting and empties the input.
+    virtual std::string readAll() = 0;
+    // True once the open device has failed (unplugged, vanished).
+    virtual bool failed() const = 0;
+};
+
+}  // namespace kelp::platform

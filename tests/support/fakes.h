@@ -1,0 +1,157 @@
+#pragma once
+
+// A scripted target on a simulated clock: the serial port, the tick timer and the event
+// queue of the platform interfaces, for tests of protocol logic without an event loop.
+// waitForEvent() jumps the clock to the next scheduled event (byte arrival or tick).
+
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/eventqueue.h"
+#include "platform/serialport.h"
+#include "platform/ticktimer.h"
+
+namespace kelp::testing {
+
+class FakeWorld;
+
+class FakeSerialPort final : public platform::SerialPort {
+public:
+    explicit FakeSerialPort(FakeWorld& world) : world_(world) {}
+    void setPortName(const std::string& device) override { device_ = device; }
+    std::string portName() const override { return device_; }
+    void setSettings(const std::string& s) override { settings_ = s; }
+    std::string settings() const override { return settings_; }
+    platform::OpenError open() override {
+        if (open_) return platform::OpenError::AlreadyOpen;
+        if (openResult != platform::OpenError::None) return openResult;
+        open_ = true;
+        ++openCount;
+        return platform::OpenError::None;
+    }
+    bool isOpen() const override { return open_; }
+    void close() override { open_ = false; }
+    void write(const std::string& block) override;
+    int bytesWaiting() override { return static_cast<int>(input.size()); }
+    std::string readAll() override {
+        std::string out;
+        out.swap(input);
+        return out;
+    }
+    bool failed() const override { return false; }
+
+    platform::OpenError openResult = platform::OpenError::None;
+    std::string input;                  // bytes waiting
+    std::vector<std::string> writes;    // every block written, in order
+    std::vector<std::string> settingsAtWrite;
+    int openCount = 0;
+    // Called for every block written; may schedule answers through the world.
+    std::function<void(const std::string& block)> onWrite;
+
+private:
+    FakeWorld& world_;
+    std::string device_;
+    std::string settings_ = "9600,N,8,1";
+    bool open_ = false;
+};
+
+class FakeTimer final : public platform::TickTimer {
+public:
+    explicit FakeTimer(FakeWorld& world) : world_(world) {}
+    void setInterval(int ms) override { interval_ = ms; }
+    int interval() const override { return interval_; }
+    void enable() override;
+    void disable() override { enabled_ = false; }
+    bool enabled() const override { return enabled_; }
+    double nextTick = 0;
+
+private:
+    friend class FakeWorld;
+    FakeWorld& world_;
+    int interval_ = 0;
+    bool enabled_ = false;
+};
+
+class FakeEventQueue final : public platform::EventQueue {
+public:
+    explicit FakeEventQueue(FakeWorld& world) : world_(world) {}
+    void waitForEvent() override;
+    void processPending() override;
+    bool closing() const override { return closing_; }
+    bool closing_ = false;
+
+private:
+    FakeWorld& world_;
+};
+
+class FakeWorld {
+public:
+    FakeWorld() : port(*this), timer(*this), events(*this) {}
+
+    // Bytes that reach the port's input at the given simulated time (ms).
+    void deliverAt(double time, const std::string& bytes) { arrivals.emplace(time, bytes); }
+    void deliverAfter(double delay, const std::string& bytes) { deliverAt(now + delay, bytes); }
+    // Something (a click, say) that happens at the given time.
+    void actAt(double time, std::function<void()> action) { actions.emplace(time, std::move(action)); }
+
+    // Runs the earliest pending event; false when nothing is pending.
+    bool step(bool mayAdvance) {
+        double next = 1e300;
+        if (!arrivals.empty()) next = arrivals.begin()->first;
+        if (!actions.empty()) next = std::min(next, actions.begin()->first);
+        if (timer.enabled_ && timer.interval_ > 0) next = std::min(next, timer.nextTick);
+        if (next == 1e300) return false;
+        if (next > now && !mayAdvance) return false;
+        if (next > now) now = next;
+        ++eventsHandled;
+        if (!arrivals.empty() && arrivals.begin()->first <= now) {
+            port.input += arrivals.begin()->second;
+            arrivals.erase(arrivals.begin());
+            return true;
+        }
+        if (!actions.empty() && actions.begin()->first <= now) {
+            auto action = std::move(actions.begin()->second);
+            actions.erase(actions.begin());
+            action();
+            return true;
+        }
+        timer.nextTick = now + timer.interval_;
+        if (timer.onTick) timer.onTick();
+        return true;
+    }
+
+    double now = 0;
+    long eventsHandled = 0;
+    long maxEvents = 10'000'000;
+    std::multimap<double, std::string> arrivals;
+    std::multimap<double, std::function<void()>> actions;
+    FakeSerialPort port;
+    FakeTimer timer;
+    FakeEventQueue events;
+};
+
+inline void FakeSerialPort::write(const std::string& block) {
+    writes.push_back(block);
+    settingsAtWrite.push_back(settings_);
+    if (onWrite) onWrite(block);
+}
+
+inline void FakeTimer::enable() {
+    enabled_ = true;
+    nextTick = world_.now + interval_;
+}
+
+inline void FakeEventQueue::waitForEvent() {
+    if (!world_.step(true)) throw std::logic_error("wait with nothing that could wake it");
+    if (world_.eventsHandled > world_.maxEvents) throw std::logic_error("too many events");
+}
+
+inline void FakeEventQueue::processPending() {
+    while (world_.step(false)) {
+    }
+}
+
+}  // namespace kelp::testing
