@@ -1,0 +1,156 @@
+#include "shell/application.h"
+
+#include <QCoreApplication>
+#include <QCloseEvent>
+#include <functional>
+#include <QLabel>
+#include <QMainWindow>
+#include <QSerialPortInfo>
+
+#include "board/boardserver.h"
+#include "platform/qteventqueue.h"
+#include "platform/qtmessagesink.h"
+#include "platform/qtserialport.h"
+#include "platform/qtticktimer.h"
+#include "sar/sarwindow.h"
+#include "shell/mainwindow.h"
+
+namespace kelp::shell {
+
+namespace {
+
+const char* const kDefaultBoardModel = "Zylo570";
+
+// Serial devices the system reports, other than the three behind COM 1 to COM 3.
+std::vector<std::string> systemPorts() {
+    std::vector<std::string> out;
+    for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts()) {
+        const std::string device = info.systemLocation().toStdString();
+        bool fixed = false;
+        for (int n = 1; n <= 3; ++n) fixed = fixed || device == MainWindow::comDevice(n);
+        if (!fixed) out.push_back(device);
+    }
+    return out;
+}
+
+// Stands in for the sigma-delta window until it is built.
+class SigmaDeltaPlaceholder final : public QMainWindow {
+public:
+    explicit SigmaDeltaPlaceholder(const std::string& model) {
+        setObjectName("SD_KELP");
+        setWindowTitle(QString::fromStdString("KELP - " + model));
+        auto* label = new QLabel("The sigma-delta evaluation window is not available in this "
+                                 "version of KELP.\nThe firmware runs; close this window to end "
+                                 "the program.",
+                                 this);
+        label->setAlignment(Qt::AlignCenter);
+        label->setMargin(30);
+        setCentralWidget(label);
+        resize(560, 220);
+    }
+    std::function<void()> onClose;
+
+protected:
+    void closeEvent(QCloseEvent* e) override {
+        QMainWindow::closeEvent(e);
+        if (onClose) onClose();
+    }
+};
+
+}  // namespace
+
+Application::Application(ApplicationOptions options, platform::MessageSink* messages)
+    : options_(std::move(options)),
+      port_(std::make_unique<platform::QtSerialPort>()),
+      timer_(std::make_unique<platform::QtTickTimer>()),
+      events_(std::make_unique<platform::QtEventQueue>()),
+      messages_(messages),
+      devices_{*port_, *timer_, *events_} {
+    if (!messages_) {
+        ownMessages_ = std::make_unique<platform::QtMessageSink>();
+        messages_ = ownMessages_.get();
+    }
+
+    std::vector<PortEntry> entries;
+    std::vector<std::string> devices;
+    if (options_.listSystemPorts) devices = systemPorts();
+    devices.insert(devices.end(), options_.extraPorts.begin(), options_.extraPorts.end());
+    for (const std::string& d : devices) {
+        bool seen = false;
+        for (const PortEntry& e : entries) seen = seen || e.device == d;
+        if (!seen) entries.push_back({QString::fromStdString(d), d, false});
+    }
+    if (options_.virtualBoard) entries.push_back({"Virtual board", {}, true});
+
+    main_ = std::make_unique<MainWindow>(state_, devices_, *messages_, options_.programFolder,
+                                         std::move(entries));
+    if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_)) sink->setParent(main_.get());
+    timer_->onTick = [this] { main_->Timer1_Timer(); };
+
+    connect(main_.get(), &MainWindow::evaluationRequested, this, &Application::openEvaluation);
+    connect(main_.get(), &MainWindow::exitRequested, this, &Application::exitProgram);
+    connect(main_.get(), &MainWindow::virtualBoardRequested, this, &Application::startVirtualBoard);
+    connect(main_.get(), &MainWindow::modelChosen, this, [this](const QString& model) {
+        if (board_ && findDevice(model.toStdString())) board_->setModel(model.toStdString());
+    });
+}
+
+Application::~Application() {
+    events_->setClosing();
+    delete evaluation_.data();
+    port_->close();
+    if (board_) board_->stop();
+}
+
+void Application::show() { main_->show(); }
+
+void Application::startVirtualBoard() {
+    if (board_) return;
+    board::BoardOptions opts;
+    const std::string chosen = main_->vantorText().toStdString();
+    opts.model = findDevice(chosen) ? chosen : kDefaultBoardModel;
+    opts.pacing = options_.virtualBoardPacing;
+    board_ = std::make_unique<board::BoardServer>(opts);
+    boardDevice_ = board_->start();
+    if (boardDevice_.empty()) {
+        messages_->warning("The virtual board could not start: " + board_->error() +
+                               "\r\nChoose a serial port instead.",
+                           "Warning");
+        board_.reset();
+        return;
+    }
+    main_->setVirtualBoardDevice(boardDevice_);
+}
+
+void Application::openEvaluation(DeviceFamily family) {
+    main_->hide();
+    delete evaluation_.data();
+    if (family == DeviceFamily::SAR) {
+        auto* window = new sar::SarWindow(state_, devices_, *messages_);
+        connect(window, &sar::SarWindow::exitRequested, this, &Application::exitProgram);
+        if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_)) sink->setParent(window);
+        evaluation_ = window;
+        window->load();
+        window->show();
+    } else {
+        auto* window = new SigmaDeltaPlaceholder(state_.ModelName);
+        window->onClose = [this] { exitProgram(); };
+        evaluation_ = window;
+        window->show();
+    }
+    emit evaluationShown(evaluation_.data());
+}
+
+void Application::exitProgram() {
+    if (exiting_) return;
+    exiting_ = true;
+    // Waits in progress see this and give up, so the handlers below them unwind at once.
+    events_->setClosing();
+    timer_->disable();
+    port_->close();
+    if (evaluation_) evaluation_->hide();
+    main_->hide();
+    QCoreApplication::exit(0);
+}
+
+}  // namespace kelp::shell
