@@ -14,7 +14,8 @@ double roundHalfEven(double value, int decimals) {
     if (!std::isfinite(value)) return value;
     const double scale = std::pow(10.0, decimals);
     const double scaled = value * scale;
-    if (!std::isfinite(scaled)) return value;
+    // From 2^52 on a double has no fraction left to round; scaling back would only add error.
+    if (!std::isfinite(scaled) || std::fabs(scaled) >= 4503599627370496.0) return value;
     // nearbyint rounds in the current mode, which is to-nearest-even unless someone changed it.
     const int saved = std::fegetround();
     std::fesetround(FE_TONEAREST);

@@ -1,5 +1,6 @@
 #include "platform/qtserialport.h"
 
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -65,6 +66,15 @@ OpenError QtSerialPort::open() {
     }
     applySettings();
     return OpenError::None;
+}
+
+bool QtSerialPort::failed() const {
+    if (failed_ || !port_.isOpen() || port_.handle() < 0) return failed_;
+    // A device that went away (unplugged adapter, closed pseudo-terminal) hangs up; Qt does
+    // not always turn that into an error of its own.
+    pollfd p{port_.handle(), POLLIN, 0};
+    if (::poll(&p, 1, 0) > 0 && (p.revents & (POLLHUP | POLLERR | POLLNVAL))) failed_ = true;
+    return failed_;
 }
 
 bool QtSerialPort::isOpen() const { return port_.isOpen(); }

@@ -25,7 +25,7 @@ public:
     void write(const std::string& block) override;
     int bytesWaiting() override;
     std::string readAll() override;
-    bool failed() const override { return failed_; }
+    bool failed() const override;
 
 private:
     void applySettings();
@@ -33,7 +33,7 @@ private:
     QSerialPort port_;
     std::string device_;
     std::string settings_ = "9600,N,8,1";
-    bool failed_ = false;
+    mutable bool failed_ = false;
 };
 
 }  // namespace kelp::platform

@@ -28,7 +28,7 @@ StripChart::StripChart(QWidget* parent) : QWidget(parent) {
     chart_->addAxis(yAxis_, Qt::AlignLeft);
     series_->attachAxis(xAxis_);
     series_->attachAxis(yAxis_);
-    xAxis_->setRange(0, 1);
+    xAxis_->setRange(0, 100);
     yAxis_->setRange(lower_, upper_);
 
     view_ = new QChartView(chart_, this);
@@ -83,7 +83,8 @@ void StripChart::flush() {
     dirty_ = false;
     // replace() redraws once for the whole list; append() would relayout per point.
     series_->replace(points_);
-    xAxis_->setRange(0, extent_ > 0 ? extent_ : 1);
+    // Whole-sample ticks even before the first packet.
+    xAxis_->setRange(0, extent_ >= 100 ? extent_ : 100);
     double lo = lower_, hi = upper_;
     if (hi <= lo) hi = lo + 1;
     yAxis_->setRange(lo, hi);

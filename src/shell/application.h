@@ -9,7 +9,7 @@
 #include "shell/catalogue.h"
 #include "shell/programstate.h"
 
-class QMainWindow;
+#include <QMainWindow>
 
 namespace kelp::platform {
 class MessageSink;

@@ -1,0 +1,14 @@
+#pragma once
+
+namespace kelp::platform {
+class SerialPort;
+}
+
+namespace kelp::link {
+
+// Opens the shared port for the firmware link with the settings it already has (each window
+// sets its own). False when the port could not be opened, already open included; shows
+// nothing, the caller tells the user.
+bool OpenTargetPort(platform::SerialPort& port);
+
+}  // namespace kelp::link

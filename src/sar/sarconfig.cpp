@@ -1,0 +1,116 @@
+#include "sar/sarconfig.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "analysis/textforms.h"
+#include "link/registerrules.h"
+
+namespace kelp::sar {
+
+namespace {
+
+int position(int p, int highest) { return std::clamp(p, 0, highest); }
+
+uint8_t byteOf8bit(const std::string& text) {
+    return link::registerByte(link::Verify8bitSFR(text));
+}
+
+uint8_t byteOf1bit(const std::string& text) {
+    return link::registerByte(link::Verify1bitSFR(text));
+}
+
+void appendWord(std::string& out, const std::string& text) {
+    const uint16_t v = link::registerWord(link::Verify16bitSFR(text));
+    out += static_cast<char>(v / 256);
+    out += static_cast<char>(v % 256);
+}
+
+}  // namespace
+
+uint8_t AdcControl1(std::string_view model, const AdcSettings& adc) {
+    const int on = adc.adcOn ? 1 : 0;
+    const int divider = position(adc.convTime, 3);
+    const int acquisition = position(adc.acqTime, 3);
+    // The oldest part has no reference select bit; its enable sits one bit lower.
+    if (model == "Zylo510") return static_cast<uint8_t>(64 * on + 16 * divider + 4 * acquisition);
+    const int external = position(adc.reference, 1);
+    return static_cast<uint8_t>(128 * on + 64 * external + 16 * divider + 4 * acquisition);
+}
+
+uint8_t ChannelByte(int p) { return static_cast<uint8_t>(position(p, 255)); }
+
+uint8_t DacControl(const DacSettings& dac) {
+    const int on0 = dac.dac0On ? 1 : 0;
+    const int on1 = dac.dac1On ? 1 : 0;
+    const int vdd0 = on0 * position(dac.dac0Range, 1);
+    const int vdd1 = on1 * position(dac.dac1Range, 1);
+    return static_cast<uint8_t>(64 * vdd1 + 32 * vdd0 + 16 * on1 + 8 * on0 + 4 + 2 * on1 + on0);
+}
+
+std::string ConfigurationMessage(const SarConfiguration& c) {
+    const RegisterTexts& r = c.registers;
+    std::string m;
+    m.reserve(kConfigurationMessageLength);
+    m += 'C';
+    m += static_cast<char>(AdcControl1(c.model, c.adc));
+    m += static_cast<char>(ChannelByte(c.channel));
+    m += '\0';
+    m += static_cast<char>(DacControl(c.dac));
+    appendWord(m, c.dac0Data);
+    appendWord(m, c.dac1Data);
+    m += static_cast<char>(byteOf8bit(r.TCON));
+    m += static_cast<char>(byteOf8bit(r.TMOD));
+    appendWord(m, r.T0);
+    appendWord(m, r.T1);
+    for (const std::string* box :
+         {&r.TIMECON, &r.PWMCON, &r.PWM0H, &r.PWM0L, &r.PWM1H, &r.PWM1L, &r.P0}) {
+        m += static_cast<char>(byteOf8bit(*box));
+    }
+    m += static_cast<char>(byteOf1bit(r.P1_0));
+    m += static_cast<char>(byteOf1bit(r.P1_1));
+    m += static_cast<char>(byteOf8bit(r.P2));
+    // P3.0 and P3.1 carry the firmware's serial link and must stay inputs.
+    m += static_cast<char>(byteOf8bit(r.P3) | 0x03);
+    return m;
+}
+
+int ClocksPerConversion(int acqTimePosition) { return position(acqTimePosition, 3) + 1 + 16; }
+
+int DividerOfEntry(std::string_view entry) {
+    if (entry.size() < 7) return 0;
+    const double v = analysis::leadingNumber(entry.substr(6, 2));
+    return v > 0 ? static_cast<int>(v) : 0;
+}
+
+std::optional<TimingFigures> ComputeTimingFigures(int acqTimePosition,
+                                                  std::string_view masterClockText,
+                                                  std::string_view convTimeEntry) {
+    const double masterClock = analysis::leadingNumber(masterClockText);
+    const int divider = DividerOfEntry(convTimeEntry);
+    if (!(masterClock > 0) || divider <= 0) return std::nullopt;
+    const double raw = ClocksPerConversion(acqTimePosition) / masterClock * divider;
+    TimingFigures f;
+    f.conversionTime = analysis::roundHalfEven(raw, 3);
+    // A clock so fast that the time rounds to 0 gives no frequency either.
+    if (!(f.conversionTime > 0) || !std::isfinite(f.conversionTime)) return std::nullopt;
+    f.frequency = 1000.0 / f.conversionTime;
+    f.conversionTimeText = analysis::formatNumber(f.conversionTime);
+    f.frequencyText = analysis::formatNumber(f.frequency);
+    return f;
+}
+
+std::string CheckNumSamples(std::string_view text) {
+    double n = analysis::leadingNumber(text);
+    if (n > kMaxSamples) n = kMaxSamples;
+    if (n == 0) n = 1;
+    return analysis::formatNumber(n);
+}
+
+int RequestedSamples(std::string_view text) {
+    const double n = analysis::roundHalfEven(analysis::leadingNumber(text));
+    if (!(n > 0)) return 0;
+    return n > kMaxSamples ? kMaxSamples : static_cast<int>(n);
+}
+
+}  // namespace kelp::sar

@@ -1,0 +1,294 @@
+#include "sar/sarrun.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <functional>
+
+#include "platform/recordingmessagesink.h"
+#include "shell/programstate.h"
+#include "support/fakes.h"
+
+namespace kelp::sar {
+namespace {
+
+std::string record(int code) {
+    char buf[8];
+    std::snprintf(buf, sizeof buf, "\r%04X", code & 0xFFFF);
+    return buf;
+}
+
+// The window as a list of what the run did to it.
+class RecordingView final : public SarRunView {
+public:
+    SarConfiguration configuration() const override { return config; }
+    std::string numSamplesText() const override { return numSamples; }
+    void clearChart() override {
+        ++clears;
+        points.clear();
+    }
+    void appendPoint(double code) override { points.push_back(code); }
+    double lowerBound() const override { return lower; }
+    double upperBound() const override { return upper; }
+    void setLowerBound(double v) override { lower = v; }
+    void setUpperBound(double v) override { upper = v; }
+    void setExtent(int samples) override { extents.push_back(samples); }
+    void setAxisLabels(const AxisLabels& l) override { labels = l; }
+    void showSampling(bool sampling) override { samplingShown.push_back(sampling); }
+    void openAnalysis() override {
+        ++analyses;
+        if (onAnalysis) onAnalysis();
+    }
+
+    SarConfiguration config;
+    std::string numSamples = "4000";
+    int clears = 0;
+    std::vector<double> points;
+    double lower = 0x7FF;
+    double upper = 0x801;
+    std::vector<int> extents;
+    AxisLabels labels{"801H", "800H", "7FFH"};
+    std::vector<bool> samplingShown;
+    int analyses = 0;
+    std::function<void()> onAnalysis;
+};
+
+class SarRunTest : public ::testing::Test {
+protected:
+    SarRunTest() {
+        world.timer.onTick = [this] { state.TimerElapsed = true; };
+        world.port.setSettings("57600,N,8,1");
+        state.ModelName = "Zylo570";
+        view.config.model = "Zylo570";
+        view.config.adc = {true, 0, 1, 0};
+        view.onAnalysis = [this] {
+            countAtAnalysis = state.SampleCount;
+            portOpenAtAnalysis = world.port.isOpen();
+        };
+        world.port.onWrite = [this](const std::string& block) {
+            writeTimes.push_back(world.now);
+            if (block == "R") {
+                const int k = requests++;
+                if (answer) answer(k);
+            }
+        };
+    }
+
+    // Packet k holds the codes base(k) + 0 .. base(k) + 99, one packet time after the request.
+    void answerWithPackets(double delay = 87) {
+        answer = [this, delay](int k) { world.deliverAfter(delay, packetText(k)); };
+    }
+    static std::string packetText(int k) {
+        std::string p;
+        for (int j = 0; j < kSamplesPerPacket; ++j) p += record(codeOf(k, j));
+        return p;
+    }
+    static int codeOf(int k, int j) { return 0x700 + (k * 7 + j) % 0x200; }
+
+    int requestCount() const {
+        int n = 0;
+        for (const auto& w : world.port.writes) n += (w == "R");
+        return n;
+    }
+
+    testing::FakeWorld world;
+    shell::ProgramState state;
+    platform::RecordingMessageSink messages;
+    shell::SharedDevices devices{world.port, world.timer, world.events};
+    RecordingView view;
+    SarRun run{state, devices, messages, view};
+    std::function<void(int)> answer;
+    std::vector<double> writeTimes;
+    int requests = 0;
+    int countAtAnalysis = -1;
+    bool portOpenAtAnalysis = false;
+};
+
+TEST_F(SarRunTest, SendsTheMessageWaitsThenTakesEveryPacket) {
+    answerWithPackets();
+    world.port.input = "stale bytes from an earlier run";  // would make the first reply long
+    view.numSamples = "4000";
+
+    EXPECT_EQ(run.execute(), RunOutcome::Completed);
+
+    const auto& writes = world.port.writes;
+    ASSERT_EQ(writes.size(), 42u);
+    EXPECT_EQ(writes.front(), ConfigurationMessage(view.config));
+    EXPECT_EQ(writeTimes[1], SarRun::kSettleMs);  // the first request after the 100 ms wait
+    EXPECT_EQ(requestCount(), 40);
+    EXPECT_EQ(writes.back(), "S");
+    EXPECT_EQ(state.TxBuffer, "S");
+    for (int k = 0; k < 40; ++k)
+        for (int j = 0; j < kSamplesPerPacket; ++j)
+            ASSERT_EQ(state.SampleBuffer[static_cast<size_t>(k * 100 + j + 1)], codeOf(k, j));
+    EXPECT_EQ(state.SampleBuffer[4001], 0);
+    EXPECT_EQ(view.points.size(), 4000u);
+    EXPECT_EQ(view.extents.back(), 4000);
+    EXPECT_EQ(view.samplingShown, (std::vector<bool>{true, false}));
+    EXPECT_EQ(countAtAnalysis, 4000);
+    EXPECT_TRUE(portOpenAtAnalysis);
+    EXPECT_FALSE(world.port.isOpen());
+    EXPECT_FALSE(world.timer.enabled());
+    EXPECT_TRUE(messages.messages.empty());
+}
+
+TEST_F(SarRunTest, PacketCountFollowsTheRequestedNumber) {
+    const struct {
+        const char* numSamples;
+        int packets;
+        int sampleCount;
+    } cases[] = {{"4000", 40, 4000}, {"150", 2, 200}, {"-5", 0, 0}, {"10000", 100, 10000}};
+    for (const auto& c : cases) {
+        testing::FakeWorld fresh;
+        shell::ProgramState s;
+        shell::SharedDevices d{fresh.port, fresh.timer, fresh.events};
+        RecordingView v;
+        v.numSamples = c.numSamples;
+        fresh.timer.onTick = [&s] { s.TimerElapsed = true; };
+        int k = 0;
+        fresh.port.onWrite = [&](const std::string& block) {
+            if (block == "R") fresh.deliverAfter(87, packetText(k++));
+        };
+        SarRun r{s, d, messages, v};
+        EXPECT_EQ(r.execute(), RunOutcome::Completed) << c.numSamples;
+        EXPECT_EQ(k, c.packets) << c.numSamples;
+        EXPECT_EQ(s.SampleCount, c.sampleCount) << c.numSamples;
+        // A negative count sends the stop byte right after the message.
+        EXPECT_EQ(fresh.port.writes.size(), static_cast<size_t>(c.packets + 2)) << c.numSamples;
+        EXPECT_EQ(fresh.port.writes.back(), "S") << c.numSamples;
+        EXPECT_EQ(v.analyses, 1) << c.numSamples;
+        EXPECT_EQ(s.SampleBuffer[10000], c.sampleCount == 10000 ? codeOf(99, 99) : 0);
+    }
+    EXPECT_TRUE(messages.messages.empty());
+}
+
+TEST_F(SarRunTest, StopDuringAPacketWaitEndsAfterThatPacket) {
+    answerWithPackets(87);
+    view.numSamples = "10000";
+    // Packet 3 is requested at 100 + 2 * 87 ms; Stop comes while it is on its way.
+    world.actAt(100 + 2 * 87 + 40, [this] { run.requestStop(); });
+    EXPECT_EQ(run.execute(), RunOutcome::Stopped);
+    EXPECT_EQ(requestCount(), 3);
+    EXPECT_EQ(state.SampleBuffer[300], codeOf(2, 99));
+    EXPECT_EQ(writeTimes.back(), 100 + 3 * 87);  // the stop byte follows that packet at once
+    EXPECT_EQ(world.port.writes.back(), "S");
+    EXPECT_EQ(countAtAnalysis, 300);
+}
+
+TEST_F(SarRunTest, ASilentTargetEndsTheRunWithAMessage) {
+    answer = [this](int k) {
+        if (k < 2) world.deliverAfter(87, packetText(k));
+    };
+    EXPECT_EQ(run.execute(), RunOutcome::TargetSilent);
+    EXPECT_EQ(requestCount(), 3);
+    EXPECT_EQ(writeTimes.back(), 100 + 2 * 87 + SarRun::kSilenceLimitMs);
+    EXPECT_EQ(world.port.writes.back(), "S");
+    ASSERT_EQ(messages.messages.size(), 1u);
+    EXPECT_EQ(messages.messages[0].title, "Warning");
+    EXPECT_EQ(messages.messages[0].text, SilentTargetMessage(200));
+    EXPECT_NE(messages.messages[0].text.find("after 200 samples"), std::string::npos);
+    EXPECT_EQ(countAtAnalysis, 200);
+    EXPECT_EQ(view.samplingShown, (std::vector<bool>{true, false}));
+    EXPECT_FALSE(world.port.isOpen());
+    EXPECT_FALSE(world.timer.enabled());
+    EXPECT_FALSE(state.TimerElapsed);
+}
+
+TEST_F(SarRunTest, TheSilenceLimitCountsFromTheLastByte) {
+    // 100 characters every 1.5 s: slow, but still answering.
+    answer = [this](int k) {
+        const std::string p = packetText(k);
+        for (size_t part = 0; part < 5; ++part)
+            world.deliverAfter(1500.0 * static_cast<double>(part + 1), p.substr(part * 100, 100));
+    };
+    view.numSamples = "200";
+    EXPECT_EQ(run.execute(), RunOutcome::Completed);
+    EXPECT_EQ(state.SampleBuffer[200], codeOf(1, 99));
+
+    // Half a packet, then silence: counted from those bytes; their slots keep old contents.
+    answer = [this](int) { world.deliverAfter(40, packetText(0).substr(0, 250)); };
+    state.SampleBuffer[1] = -7;
+    const double start = world.now;
+    EXPECT_EQ(run.execute(), RunOutcome::TargetSilent);
+    EXPECT_EQ(state.SampleBuffer[1], -7);
+    EXPECT_EQ(writeTimes.back() - start, 100 + 40 + SarRun::kSilenceLimitMs);
+    EXPECT_EQ(messages.texts(), std::vector<std::string>{SilentTargetMessage(0)});
+}
+
+TEST_F(SarRunTest, ALongerReplyIsCountedButNotRead) {
+    answer = [this](int k) { world.deliverAfter(87, packetText(k) + (k == 0 ? "Z" : "")); };
+    view.numSamples = "200";
+    state.SampleBuffer[1] = 99;
+    EXPECT_EQ(run.execute(), RunOutcome::Completed);
+    EXPECT_EQ(state.SampleCount, 200);
+    EXPECT_EQ(state.SampleBuffer[1], 99);
+    EXPECT_EQ(state.SampleBuffer[101], codeOf(1, 0));
+    EXPECT_EQ(view.points.size(), 100u);
+}
+
+TEST_F(SarRunTest, ASecondRunClickDuringTheWaitFindsThePortOpen) {
+    answerWithPackets();
+    view.numSamples = "300";
+    RunOutcome second = RunOutcome::Completed;
+    world.actAt(50, [&] { second = run.execute(); });
+    EXPECT_EQ(run.execute(), RunOutcome::Completed);
+    EXPECT_EQ(second, RunOutcome::PortBusy);
+    ASSERT_EQ(messages.messages.size(), 1u);
+    EXPECT_EQ(messages.messages[0].text, "Com Port Already Open by another host");
+    EXPECT_EQ(messages.messages[0].title, "Warning");
+    EXPECT_EQ(world.port.writes.size(), 5u);  // one message, three requests, one stop
+    EXPECT_EQ(state.SampleCount, 300);
+}
+
+TEST_F(SarRunTest, APortThatWillNotOpenSendsNothing) {
+    world.port.openResult = platform::OpenError::Busy;
+    state.SampleCount = 500;
+    EXPECT_EQ(run.execute(), RunOutcome::PortBusy);
+    EXPECT_TRUE(world.port.writes.empty());
+    EXPECT_EQ(messages.texts(), std::vector<std::string>{"Com Port Already Open by another host"});
+    EXPECT_EQ(state.SampleCount, 500);
+    EXPECT_TRUE(view.samplingShown.empty());
+    EXPECT_EQ(view.analyses, 0);
+}
+
+TEST_F(SarRunTest, ClosingTheProgramEndsTheRunAtOnce) {
+    answerWithPackets();
+    world.actAt(100 + 87 + 20, [this] { world.events.closing_ = true; });
+    EXPECT_EQ(run.execute(), RunOutcome::Aborted);
+    EXPECT_EQ(world.port.writes.back(), "R");
+    EXPECT_TRUE(messages.messages.empty());
+    EXPECT_EQ(view.analyses, 0);
+    EXPECT_FALSE(world.port.isOpen());
+    EXPECT_FALSE(world.timer.enabled());
+}
+
+TEST_F(SarRunTest, BoundsWidenAndLabelsFollow) {
+    const auto onePacket = [this](std::function<int(int)> code) {
+        answer = [this, code](int) {
+            std::string p;
+            for (int j = 0; j < kSamplesPerPacket; ++j) p += record(code(j));
+            world.deliverAfter(87, p);
+        };
+        view.numSamples = "100";
+        run.execute();
+    };
+    // The extremes mid-packet; an earlier run's bounds give way to the first sample.
+    view.lower = 0;
+    view.upper = 4000;
+    onePacket([](int j) { return j == 30 ? 0x7F0 : j == 60 ? 0x812 : 0x800; });
+    EXPECT_EQ(view.lower, 0x7EF);
+    EXPECT_EQ(view.upper, 0x813);
+    EXPECT_EQ(view.labels.lower, "7EF");
+    EXPECT_EQ(view.labels.middle, "801");
+    EXPECT_EQ(view.labels.upper, "813");
+    EXPECT_EQ(state.MinCode, 0x7F0);
+    EXPECT_EQ(state.MaxCode, 0x812);
+
+    onePacket([](int j) { return j % 3; });
+    EXPECT_EQ(view.labels.lower, "-1");
+    EXPECT_EQ(view.labels.middle, "1");
+    EXPECT_EQ(view.labels.upper, "3");
+}
+
+}  // namespace
+}  // namespace kelp::sar
