@@ -6,6 +6,7 @@
 #include <QChartView>
 #include <QStackedBarSeries>
 #include <QValueAxis>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -32,23 +33,23 @@ void BarChart::setData(const QVector<int>& values) {
     values_ = values;
     columns_ = static_cast<int>(values.size());
     colors_.resize(columns_, QColor(Qt::gray));
-    rebuild();
+    scheduleRebuild();
 }
 
 void BarChart::setColumnCount(int count) {
     columns_ = std::clamp(count, 0, static_cast<int>(values_.size()));
-    rebuild();
+    scheduleRebuild();
 }
 
 void BarChart::setRowLabel(const QString& label) {
     rowLabel_ = label;
-    rebuild();
+    scheduleRebuild();
 }
 
 void BarChart::setColumnColor(int column, const QColor& color) {
     if (column < 1 || column > colors_.size()) return;
     colors_[column - 1] = color;
-    rebuild();
+    scheduleRebuild();
 }
 
 QColor BarChart::columnColor(int column) const {
@@ -61,24 +62,39 @@ int BarChart::value(int column) const {
     return values_[column - 1];
 }
 
+void BarChart::scheduleRebuild() {
+    if (pending_) return;
+    pending_ = true;
+    QTimer::singleShot(0, this, &BarChart::flush);
+}
+
+void BarChart::flush() {
+    if (!pending_) return;
+    pending_ = false;
+    rebuild();
+}
+
 void BarChart::rebuild() {
     chart_->removeAllSeries();
     for (QAbstractAxis* axis : chart_->axes()) {
         chart_->removeAxis(axis);
         delete axis;
     }
-    // One stacked set per column, non-zero only in its own column: the stack then shows
-    // each column in its own colour.
+    // One stacked set per colour, holding the columns of that colour and zero elsewhere:
+    // every column shows in its own colour, and a one-colour chart is a single set.
     auto* series = new QStackedBarSeries();
     series->setBarWidth(0.9);
     int top = 1;
+    QVector<QColor> done;
     for (int c = 0; c < columns_; ++c) {
+        top = std::max(top, values_[c]);
+        if (done.contains(colors_[c])) continue;
+        done.append(colors_[c]);
         auto* set = new QBarSet(QString());
-        for (int i = 0; i < columns_; ++i) *set << (i == c ? values_[c] : 0);
+        for (int i = 0; i < columns_; ++i) *set << (colors_[i] == colors_[c] ? values_[i] : 0);
         set->setColor(colors_[c]);
         set->setBorderColor(colors_[c].darker(130));
         series->append(set);
-        top = std::max(top, values_[c]);
     }
     chart_->addSeries(series);
     auto* xAxis = new QBarCategoryAxis();

@@ -32,8 +32,13 @@ public:
     QColor columnColor(int column) const;
     int value(int column) const;
 
+    // Draws pending changes now; otherwise they are drawn once, on the next pass of the
+    // event loop.
+    void flush();
+
 private:
     void rebuild();
+    void scheduleRebuild();
 
     QChart* chart_;
     QChartView* view_;
@@ -41,6 +46,7 @@ private:
     QVector<QColor> colors_;
     int columns_ = 0;
     QString rowLabel_;
+    bool pending_ = false;
 };
 
 }  // namespace kelp::platform

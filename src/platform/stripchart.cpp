@@ -6,6 +6,8 @@
 #include <QValueAxis>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace kelp::platform {
 
 StripChart::StripChart(QWidget* parent) : QWidget(parent) {
@@ -77,12 +79,38 @@ void StripChart::scheduleFlush() {
     if (!flushTimer_.isActive()) flushTimer_.start();
 }
 
+QList<QPointF> StripChart::envelope(const QList<QPointF>& points, int columns) {
+    QList<QPointF> out;
+    out.reserve(2 * columns + 2);
+    const qsizetype n = points.size();
+    for (int c = 0; c < columns; ++c) {
+        const qsizetype first = n * c / columns;
+        const qsizetype last = n * (c + 1) / columns;  // exclusive
+        if (first >= last) continue;
+        qsizetype lo = first, hi = first;
+        for (qsizetype i = first + 1; i < last; ++i) {
+            if (points[i].y() < points[lo].y()) lo = i;
+            if (points[i].y() > points[hi].y()) hi = i;
+        }
+        out.append(points[std::min(lo, hi)]);
+        if (lo != hi) out.append(points[std::max(lo, hi)]);
+    }
+    return out;
+}
+
 void StripChart::flush() {
     flushTimer_.stop();
     if (!dirty_) return;
     dirty_ = false;
-    // replace() redraws once for the whole list; append() would relayout per point.
-    series_->replace(points_);
+    // replace() redraws once for the whole list; append() would relayout per point. Beyond
+    // two points per pixel column only each column's extremes can be seen, so only they are
+    // handed to the chart: the cost of a redraw stays bounded however long the run.
+    const int columns = std::max(100, static_cast<int>(chart_->plotArea().width()));
+    if (points_.size() <= 2 * columns) {
+        series_->replace(points_);
+    } else {
+        series_->replace(envelope(points_, columns));
+    }
     // Whole-sample ticks even before the first packet.
     xAxis_->setRange(0, extent_ >= 100 ? extent_ : 100);
     double lo = lower_, hi = upper_;

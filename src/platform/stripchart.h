@@ -33,6 +33,9 @@ public:
     const QList<QPointF>& points() const { return points_; }
     // Draws what is buffered now.
     void flush();
+    // Each column's lowest and highest point, in their order: what a chart of that many
+    // pixel columns can show of the points.
+    static QList<QPointF> envelope(const QList<QPointF>& points, int columns);
 
 private:
     void scheduleFlush();

@@ -144,7 +144,9 @@ TEST(BoardServer, IdentificationTakesItsTimeOnTheWire) {
         }
         EXPECT_LE(best, 29 * charMs + kSlackMs) << c.baud;
         // At 57600 the whole answer lasts 4 ms, too short to tell from scheduling delays.
-        if (c.baud == 9600) EXPECT_TRUE(trickled);
+        if (c.baud == 9600) {
+            EXPECT_TRUE(trickled);
+        }
         EXPECT_TRUE(eventually([&] { return server.bytesSent() == 25u * kAttempts; }));
         EXPECT_EQ(server.requestsReceived(), static_cast<uint64_t>(kAttempts));
     }
@@ -264,7 +266,8 @@ TEST(BoardServer, ResetCutsAPacketShort) {
     std::string rest;
     while (!rest.ends_with(id) && millisecondsSince(reset) < 1000) rest += host.receive(1, 50);
     EXPECT_TRUE(rest.ends_with(id));
-    EXPECT_LT(rest.size(), 25u + 20u);  // only what was already under way came before it
+    // Only what left before the reset arrived (the rest of the packet is 460 bytes).
+    EXPECT_LT(rest.size(), 25u + 100u);
     EXPECT_EQ(server.packetsSent(), 0u);
 }
 
