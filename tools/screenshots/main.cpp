@@ -1,0 +1,69 @@
+// Drives KELP through a download and a SAR run on its built-in virtual board and saves
+// pictures of the windows along the way. Run it under a real X server (xvfb-run).
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QPushButton>
+#include <QTimer>
+#include <cstdio>
+
+#include "analysis/saranalysiswindow.h"
+#include "link/registerpanel.h"
+#include "platform/recordingmessagesink.h"
+#include "sar/sarwindow.h"
+#include "shell/application.h"
+#include "shell/mainwindow.h"
+
+namespace {
+
+void save(QWidget* w, const QString& folder, const char* name) {
+    QApplication::processEvents();
+    const QString path = folder + "/" + name;
+    if (!w->grab().save(path)) std::fprintf(stderr, "could not write %s\n", qPrintable(path));
+    else std::printf("%s\n", qPrintable(path));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    const QString folder = argc > 1 ? argv[1] : QStringLiteral("docs/screens");
+    QDir().mkpath(folder);
+
+    kelp::platform::RecordingMessageSink messages;
+    kelp::shell::ApplicationOptions options;
+    options.programFolder = QCoreApplication::applicationDirPath().toStdString();
+    options.listSystemPorts = false;
+    kelp::shell::Application kelp(options, &messages);
+    kelp.show();
+    auto* main = kelp.mainWindow();
+    main->VantorCombobox->setCurrentText("Zylo570");
+    main->ComSelect->setCurrentIndex(main->ComSelect->count() - 1);  // "Virtual board"
+    save(main, folder, "main.png");
+
+    QTimer::singleShot(4000, main, [&] { save(main, folder, "main-download.png"); });
+    main->DownloadButton->click();
+    auto* sar = qobject_cast<kelp::sar::SarWindow*>(kelp.evaluationWindow());
+    if (!sar) {
+        for (const auto& m : messages.messages) std::fprintf(stderr, "%s\n", m.text.c_str());
+        return 1;
+    }
+    sar->resize(1100, 720);
+    sar->ADCChan->setCurrentIndex(2);
+    QApplication::processEvents();
+    save(sar, folder, "sar-idle.png");
+    sar->DigitalFrame->DigitalFrame_Click();
+    save(sar, folder, "sar-registers.png");
+    sar->DigitalFrame->DigitalFrame_Click();
+    QTimer::singleShot(1800, sar, [&] { save(sar, folder, "sar-run.png"); });
+    sar->RunButton->click();
+    if (auto* analysis = sar->analysisWindow()) {
+        analysis->resize(1000, 700);
+        QTimer::singleShot(300, analysis, [&] { save(analysis, folder, "sar-analysis.png"); });
+        QTimer::singleShot(400, &app, &QApplication::quit);
+        app.exec();
+    }
+    for (const auto& m : messages.messages) std::fprintf(stderr, "message: %s\n", m.text.c_str());
+    return messages.messages.empty() ? 0 : 1;
+}
