@@ -118,6 +118,8 @@ SarAnalysisWindow::SarAnalysisWindow(const shell::ProgramState& state, QWidget* 
     resize(1000, 700);
 
     connect(ReturnButton, &QPushButton::clicked, this, &SarAnalysisWindow::ReturnButton_Click);
+    // The boxes are only read; the one thing to do here is go back.
+    ReturnButton->setFocus();
 }
 
 QWidget* SarAnalysisWindow::buildSettingsGroup() {
@@ -131,7 +133,8 @@ QWidget* SarAnalysisWindow::buildSettingsGroup() {
         QLineEdit* box = makeBox(f.boxName, f.designText, f.caption, ADC);
         label->setBuddy(box);
         label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        box->setMinimumWidth(90);
+        // Room for a 15-digit figure such as the sampling frequency.
+        box->setMinimumWidth(box->fontMetrics().horizontalAdvance("888.888888888888") + 12);
         this->*f.label = label;
         this->*f.box = box;
         grid->addWidget(label, i / kPerRow, 2 * (i % kPerRow));
@@ -170,10 +173,6 @@ QWidget* SarAnalysisWindow::buildHistogramPanel() {
     Histogram->setAccessibleName("ADC Codes Histogram");
     Histogram->setTitle("ADC Codes Histogram");
     Histogram->setMinimumHeight(220);
-    // Red from the start: every colour change rebuilds the chart, which is cheap only while
-    // the window has never been shown.
-    Histogram->setData(QVector<int>(kHistogramSlots, 0));
-    for (int i = 1; i <= kHistogramSlots; ++i) Histogram->setColumnColor(i, kBarColor);
     layout->addWidget(Histogram, 1);
 
     // The marks sit under the chart's left end, middle and right end.
@@ -246,7 +245,7 @@ void SarAnalysisWindow::AnalyseData(const SarRunSettings& settings) {
     SampFreqTextbox->setText(text(settings.SampFreqTextbox));
     ConversionTimeTextbox->setText(text(settings.ConversionTimeTextbox));
 
-    // Histogram; only the shown columns need colouring.
+    // Histogram; the charts draw once, when the event loop next runs.
     const int count = state_.SampleCount;
     const int minCode = state_.MinCode;
     const int maxCode = state_.MaxCode;
@@ -256,8 +255,7 @@ void SarAnalysisWindow::AnalyseData(const SarRunSettings& settings) {
     Histogram->setData(QVector<int>(h.histogram.counts.begin(), h.histogram.counts.end()));
     if (!h.binned) Histogram->setColumnCount(h.columnCount);
     const int columns = Histogram->columnCount();
-    for (int i = 1; i <= columns; ++i)
-        if (Histogram->columnColor(i) != kBarColor) Histogram->setColumnColor(i, kBarColor);
+    for (int i = 1; i <= columns; ++i) Histogram->setColumnColor(i, kBarColor);
     Histogram->setRowLabel(QString());
 
     // Codes, spread and counts; a run without samples has no codes to show.
@@ -285,7 +283,6 @@ void SarAnalysisWindow::AnalyseData(const SarRunSettings& settings) {
     // Sample k sits at index k; a count beyond the buffer plots what exists.
     const int last = std::min(count, static_cast<int>(state_.SampleBuffer.size()) - 1);
     for (int k = 1; k <= last; ++k) Graph->appendPoint(state_.SampleBuffer[k]);
-    Graph->flush();
 }
 
 }  // namespace kelp::analysis
