@@ -133,8 +133,10 @@ QWidget* SarAnalysisWindow::buildSettingsGroup() {
         QLineEdit* box = makeBox(f.boxName, f.designText, f.caption, ADC);
         label->setBuddy(box);
         label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        // Room for a 15-digit figure such as the sampling frequency.
-        box->setMinimumWidth(box->fontMetrics().horizontalAdvance("888.888888888888") + 12);
+        // The sampling frequency carries up to 15 digits; the other settings are short.
+        const bool longFigure = f.box == &SarAnalysisWindow::SampFreqTextbox;
+        box->setMinimumWidth(longFigure ? box->fontMetrics().horizontalAdvance("888.888888888888") + 12
+                                        : 80);
         this->*f.label = label;
         this->*f.box = box;
         grid->addWidget(label, i / kPerRow, 2 * (i % kPerRow));
