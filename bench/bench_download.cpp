@@ -10,9 +10,6 @@
 #include "loader/hexfile.h"
 #include "loader/serialloader.h"
 #include "platform/progress.h"
-#include "platform/qteventqueue.h"
-#include "platform/qtserialport.h"
-#include "platform/qtticktimer.h"
 #include "shell/programstate.h"
 
 namespace {
@@ -51,20 +48,13 @@ int main(int argc, char** argv) {
     const double wire = wireBytes * 10.0 / 9600.0;
 
     kelp::bench::Board board({"--model", "Zylo581", "--start", "loader"});
-    if (board.device().empty()) {
-        std::fprintf(stderr, "kelp-board did not start\n");
-        return 1;
-    }
-    kelp::platform::QtSerialPort port;
-    kelp::platform::QtTickTimer timer;
-    kelp::platform::QtEventQueue events;
-    kelp::shell::ProgramState state;
-    kelp::shell::SharedDevices devices{port, timer, events};
-    timer.onTick = [&] { state.TimerElapsed = true; };
+    if (!kelp::bench::started(board)) return 1;
+    kelp::bench::Host host(board.device());
+    auto& port = host.port;
+    auto& state = host.state;
     NoProgress progress;
-    kelp::loader::SerialLoader loader(devices, state, progress);
+    kelp::loader::SerialLoader loader(host.devices, state, progress);
 
-    port.setPortName(board.device());
     port.setSettings("9600,N,8,1");
     if (port.open() != kelp::platform::OpenError::None) {
         std::fprintf(stderr, "cannot open %s\n", board.device().c_str());

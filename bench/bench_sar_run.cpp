@@ -8,9 +8,6 @@
 
 #include "benchsupport.h"
 #include "platform/recordingmessagesink.h"
-#include "platform/qteventqueue.h"
-#include "platform/qtserialport.h"
-#include "platform/qtticktimer.h"
 #include "platform/stripchart.h"
 #include "sar/sarwindow.h"
 #include "shell/programstate.h"
@@ -19,21 +16,13 @@ int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     kelp::bench::Board board({"--model", "Zylo570"});
-    if (board.device().empty()) {
-        std::fprintf(stderr, "kelp-board did not start\n");
-        return 1;
-    }
-    kelp::platform::QtSerialPort port;
-    kelp::platform::QtTickTimer timer;
-    kelp::platform::QtEventQueue events;
-    kelp::shell::ProgramState state;
-    kelp::shell::SharedDevices devices{port, timer, events};
-    timer.onTick = [&] { state.TimerElapsed = true; };
+    if (!kelp::bench::started(board)) return 1;
+    kelp::bench::Host host(board.device());
+    auto& state = host.state;
     kelp::platform::RecordingMessageSink messages;
-    port.setPortName(board.device());
     state.ModelName = "Zylo570";
 
-    kelp::sar::SarWindow window(state, devices, messages);
+    kelp::sar::SarWindow window(state, host.devices, messages);
     window.load();
     window.show();
     window.NumSamples->setCurrentText("10000");

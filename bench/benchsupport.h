@@ -6,8 +6,14 @@
 #include <time.h>
 
 #include <QProcess>
+#include <cstdio>
 #include <QStringList>
 #include <string>
+
+#include "platform/qteventqueue.h"
+#include "platform/qtserialport.h"
+#include "platform/qtticktimer.h"
+#include "shell/programstate.h"
 
 namespace kelp::bench {
 
@@ -46,5 +52,25 @@ private:
     QProcess process_;
     std::string device_;
 };
+
+// The host's side as the program wires it: one port, the tick timer setting TimerElapsed,
+// the event queue, the state. Talks to `device`.
+struct Host {
+    explicit Host(const std::string& device) {
+        timer.onTick = [this] { state.TimerElapsed = true; };
+        port.setPortName(device);
+    }
+    platform::QtSerialPort port;
+    platform::QtTickTimer timer;
+    platform::QtEventQueue events;
+    shell::ProgramState state;
+    shell::SharedDevices devices{port, timer, events};
+};
+
+// False, with a message, when the board did not start.
+inline bool started(const Board& board) {
+    if (board.device().empty()) std::fprintf(stderr, "kelp-board did not start\n");
+    return !board.device().empty();
+}
 
 }  // namespace kelp::bench
