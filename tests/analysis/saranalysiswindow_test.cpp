@@ -20,6 +20,20 @@ namespace kelp::analysis {
 namespace {
 
 const QColor kRed(255, 0, 0);
+// Where the run's settings are shown, in the order of SarRunSettings.
+constexpr const char* kSettingNames =
+    "ADCChan|ADCRef|ConvTime|AcqTime|VrefTextbox|MasterClockTextbox|SampFreqTextbox|"
+    "ConversionTimeTextbox|GraphMaxLabel|GraphMidLabel|GraphMinLabel";
+// Min code, max code, spread, the three counts, then the three histogram marks.
+constexpr const char* kFigureNames =
+    "MinCodeTextbox|MaxCodeTextBox|CodeDistributionTextbox|NumberMinCode|NumberMidCode|"
+    "NumberMaxCode|MinCodeHistogramTextbox|MidCodeHistogramTextbox|MaxCodeHistogramTextbox";
+
+std::vector<int16_t> repeat(std::initializer_list<std::pair<int, int>> codeTimes) {
+    std::vector<int16_t> out;
+    for (auto [code, times] : codeTimes) out.insert(out.end(), times, static_cast<int16_t>(code));
+    return out;
+}
 
 class SarAnalysisWindowTest : public ::testing::Test {
 protected:
@@ -42,24 +56,19 @@ protected:
         }
     }
 
-    QString box(const char* name) const {
-        auto* edit = window->findChild<QLineEdit*>(name);
-        return edit ? edit->text() : QStringLiteral("<missing %1>").arg(name);
-    }
-
-    // Min code, max code, spread, the three counts, then the three histogram marks.
-    void expectFigures(const std::vector<QString>& want) const {
-        static const char* const names[] = {
-            "MinCodeTextbox",          "MaxCodeTextBox",          "CodeDistributionTextbox",
-            "NumberMinCode",           "NumberMidCode",           "NumberMaxCode",
-            "MinCodeHistogramTextbox", "MidCodeHistogramTextbox", "MaxCodeHistogramTextbox"};
-        for (size_t i = 0; i < want.size(); ++i) EXPECT_EQ(box(names[i]), want[i]) << names[i];
-    }
-
-    void expectRedColumns(int count) const {
-        ASSERT_EQ(window->Histogram->columnCount(), count);
-        for (int i = 1; i <= count; ++i) EXPECT_EQ(window->Histogram->columnColor(i), kRed) << i;
-        EXPECT_EQ(window->Histogram->rowLabel(), QString());
+    // The texts of the named boxes and labels, separated by '|'.
+    std::string textsOf(const char* names) const {
+        QStringList out;
+        for (const QString& name : QString::fromLatin1(names).split('|')) {
+            const auto* w = window->findChild<QWidget*>(name);
+            if (const auto* edit = qobject_cast<const QLineEdit*>(w))
+                out << edit->text();
+            else if (const auto* label = qobject_cast<const QLabel*>(w))
+                out << label->text();
+            else
+                out << "<missing " + name + ">";
+        }
+        return out.join('|').toStdString();
     }
 
     shell::ProgramState state;
@@ -70,8 +79,8 @@ protected:
 struct ControlCase {
     const char* box;
     const char* designText;
-    const char* label;  // its caption, also the box's accessible name
-    const char* caption;
+    const char* label;    // its caption, if it has one
+    const char* caption;  // the caption's text, also the box's accessible name
 };
 
 TEST_F(SarAnalysisWindowTest, HasEveryControlWithItsDesignText) {
@@ -93,9 +102,9 @@ TEST_F(SarAnalysisWindowTest, HasEveryControlWithItsDesignText) {
         {"NumberMinCode", "", "Label6", "Occurances of Min Code"},
         {"NumberMidCode", "", "Label7", "Occurances of Median"},
         {"NumberMaxCode", "", "Label1", "Occurances of Max Code"},
-        {"MinCodeHistogramTextbox", "7FFH", nullptr, nullptr},
-        {"MidCodeHistogramTextbox", "800H", nullptr, nullptr},
-        {"MaxCodeHistogramTextbox", "801H", nullptr, nullptr},
+        {"MinCodeHistogramTextbox", "7FFH", nullptr, "Histogram lowest code"},
+        {"MidCodeHistogramTextbox", "800H", nullptr, "Histogram middle code"},
+        {"MaxCodeHistogramTextbox", "801H", nullptr, "Histogram highest code"},
     };
     // clang-format on
     for (const auto& c : controls) {
@@ -103,17 +112,14 @@ TEST_F(SarAnalysisWindowTest, HasEveryControlWithItsDesignText) {
         ASSERT_NE(edit, nullptr) << c.box;
         EXPECT_EQ(edit->text(), c.designText) << c.box;
         EXPECT_TRUE(edit->isReadOnly()) << c.box;
-        EXPECT_FALSE(edit->accessibleName().isEmpty()) << c.box;
+        EXPECT_EQ(edit->accessibleName(), c.caption) << c.box;
         if (!c.label) continue;
         auto* label = window->findChild<QLabel*>(c.label);
         ASSERT_NE(label, nullptr) << c.label;
         EXPECT_EQ(label->text(), c.caption) << c.label;
         EXPECT_EQ(label->buddy(), edit) << c.label;
-        EXPECT_EQ(edit->accessibleName(), c.caption) << c.box;
     }
-    EXPECT_EQ(window->findChild<QLabel*>("GraphMaxLabel")->text(), "801H");
-    EXPECT_EQ(window->findChild<QLabel*>("GraphMidLabel")->text(), "800H");
-    EXPECT_EQ(window->findChild<QLabel*>("GraphMinLabel")->text(), "7FFH");
+    EXPECT_EQ(textsOf("GraphMaxLabel|GraphMidLabel|GraphMinLabel"), "801H|800H|7FFH");
 
     auto* adc = window->findChild<QGroupBox*>("ADC");
     auto* results = window->findChild<QGroupBox*>("PrimaryADC");
@@ -129,31 +135,23 @@ TEST_F(SarAnalysisWindowTest, HasEveryControlWithItsDesignText) {
     EXPECT_EQ(window->ReturnButton->text(), "Return to Aquistion Window");
 }
 
-std::vector<int16_t> repeat(std::initializer_list<std::pair<int, int>> codeTimes) {
-    std::vector<int16_t> out;
-    for (auto [code, times] : codeTimes) out.insert(out.end(), times, static_cast<int16_t>(code));
-    return out;
-}
-
 struct AnalysisCase {
     const char* name;
     std::vector<int16_t> samples;
     int columns;
-    std::vector<QString> figures;  // as expectFigures
+    const char* figures;  // as kFigureNames
 };
 
 TEST_F(SarAnalysisWindowTest, FillsHistogramFiguresAndMarks) {
     // clang-format off
     const AnalysisCase cases[] = {
-        {"all equal", repeat({{0x800, 100}}), 1,
-         {"800", "800", "0", "100", "100", "100", "800", "800", "800"}},
-        {"7FF..801", repeat({{0x7FF, 3}, {0x800, 5}, {0x801, 2}}), 3,
-         {"7FF", "801", "2", "3", "5", "2", "7FF", "800", "801"}},
+        {"all equal", repeat({{0x800, 100}}), 1, "800|800|0|100|100|100|800|800|800"},
+        {"7FF..801", repeat({{0x7FF, 3}, {0x800, 5}, {0x801, 2}}), 3, "7FF|801|2|3|5|2|7FF|800|801"},
         {"spread 48", repeat({{1000, 2}, {1024, 1}, {1048, 3}}), 49,
-         {"3E8", "418", "48", "2", "3", "3", "3E8", "400", "418"}},
+         "3E8|418|48|2|3|3|3E8|400|418"},
         // 50 bins of width 1 scaled by 0.98: 50 -> 49, 25 -> 24.5 -> 24; the peak stays raw
         {"spread 49", repeat({{1000, 50}, {1049, 25}, {1020, 1}}), 50,
-         {"3E8", "419", "49", "49", "50", "24", "3E8", "400", "419"}},
+         "3E8|419|49|49|50|24|3E8|400|419"},
     };
     // clang-format on
     for (const auto& c : cases) {
@@ -164,7 +162,7 @@ TEST_F(SarAnalysisWindowTest, FillsHistogramFiguresAndMarks) {
         ASSERT_EQ(window->Histogram->columnCount(), c.columns);
         for (int i = 1; i <= c.columns; ++i) EXPECT_EQ(window->Histogram->columnColor(i), kRed);
         EXPECT_EQ(window->Histogram->rowLabel(), QString());
-        expectFigures(c.figures);
+        EXPECT_EQ(textsOf(kFigureNames), c.figures);
         ASSERT_EQ(window->Graph->pointCount(), static_cast<int>(c.samples.size()));
         EXPECT_EQ(window->Graph->points().last().y(), c.samples.back());
     }
@@ -175,43 +173,27 @@ TEST_F(SarAnalysisWindowTest, StaleSlotsArePlottedButCountedOnlyWithinTheExtreme
     run({0x800, 0x800, 0x800});
     state.SampleBuffer[2] = 0x900;  // a slot the run skipped, left from before
     window->AnalyseData(settings);
-    expectFigures({"800", "800", "0", "2", "2", "2"});
+    EXPECT_EQ(textsOf(kFigureNames), "800|800|0|2|2|2|800|800|800");
     ASSERT_EQ(window->Graph->pointCount(), 3);
     EXPECT_EQ(window->Graph->points()[1].y(), 0x900);
 }
 
-TEST_F(SarAnalysisWindowTest, SecondAnalysisReplacesSettingsAndStripChart) {
+TEST_F(SarAnalysisWindowTest, EachAnalysisShowsItsRunsSettingsAndSamples) {
     run(repeat({{0x7FF, 1}, {0x800, 2}, {0x801, 1}}));
     window->AnalyseData(settings);
-    EXPECT_EQ(box("ADCChan"), "ADC3");
-    EXPECT_EQ(box("ConvTime"), "ADCCLK/4");
-    EXPECT_EQ(box("AcqTime"), "2 ADCCLK");
-    EXPECT_EQ(box("ADCRef"), "Ext Ref");
-    EXPECT_EQ(box("VrefTextbox"), "2.048");
-    EXPECT_EQ(box("MasterClockTextbox"), "11.0592");
-    EXPECT_EQ(box("SampFreqTextbox"), "27.648");
-    EXPECT_EQ(box("ConversionTimeTextbox"), "14.47");
+    EXPECT_EQ(textsOf(kSettingNames),
+              "ADC3|Ext Ref|ADCCLK/4|2 ADCCLK|2.048|11.0592|27.648|14.47|802|800|7FE");
     EXPECT_EQ(window->Graph->upperBound(), 2050.0);
     EXPECT_EQ(window->Graph->lowerBound(), 2046.0);
-    EXPECT_EQ(window->GraphMaxLabel->text(), "802");
-    EXPECT_EQ(window->GraphMidLabel->text(), "800");
-    EXPECT_EQ(window->GraphMinLabel->text(), "7FE");
 
     run(repeat({{0x900, 10}}));
-    SarRunSettings second = {"ADC5", "Int 2.5V", "a",   "b",   "2.5", "22.1184", "13.8",
-                             "7.2",  "901",      "900", "8FF", 0x901, 0x8FF};
-    window->AnalyseData(second);
-    EXPECT_EQ(window->Histogram->columnCount(), 1);
-    expectFigures({"900", "900", "0", "10", "10", "10", "900", "900", "900"});
-    EXPECT_EQ(box("ADCChan"), "ADC5");
-    EXPECT_EQ(box("ConversionTimeTextbox"), "7.2");
+    window->AnalyseData({"ADC5", "Int 2.5V", "a", "b", "2.5", "22.1184", "13.8", "7.2", "901",
+                         "900", "8FF", 0x901, 0x8FF});
+    EXPECT_EQ(textsOf(kSettingNames), "ADC5|Int 2.5V|a|b|2.5|22.1184|13.8|7.2|901|900|8FF");
     EXPECT_EQ(window->Graph->pointCount(), 10);
     EXPECT_EQ(window->Graph->extent(), 10);
     EXPECT_EQ(window->Graph->upperBound(), 0x901);
     EXPECT_EQ(window->Graph->lowerBound(), 0x8FF);
-    EXPECT_EQ(window->GraphMaxLabel->text(), "901");
-    EXPECT_EQ(window->GraphMidLabel->text(), "900");
-    EXPECT_EQ(window->GraphMinLabel->text(), "8FF");
 }
 
 TEST_F(SarAnalysisWindowTest, RunWithoutSamplesShowsEmptyCodesAndZeroCounts) {
@@ -223,7 +205,7 @@ TEST_F(SarAnalysisWindowTest, RunWithoutSamplesShowsEmptyCodesAndZeroCounts) {
         state.MaxCode = 0;
         window->AnalyseData(settings);
         EXPECT_EQ(window->Histogram->columnCount(), 0) << count;
-        expectFigures({"", "", "0", "0", "0", "0", "", "", ""});
+        EXPECT_EQ(textsOf(kFigureNames), "||0|0|0|0|||") << count;
         EXPECT_EQ(window->Graph->pointCount(), std::max(count, 0));
     }
     state.SampleCount = 32767;  // beyond the buffer: every slot plotted once
