@@ -34,11 +34,13 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "no image in %s\n", asm_.c_str());
         return 1;
     }
-    const auto lines = kelp::loader::readTextLines(largest.string()).value_or(std::vector<std::string>{});
+    const auto lines =
+        kelp::loader::readTextLines(largest.string()).value_or(std::vector<std::string>{});
 
     // Wire minimum at 9600 baud, 10 bits a byte: reset and identification, erase and its
     // acknowledge, every write frame and its acknowledge, run and its acknowledge.
-    double wireBytes = 4 + 25 + kelp::loader::eraseFrame().size() + 1 + kelp::loader::runFrame().size() + 1;
+    double wireBytes =
+        4 + 25 + kelp::loader::eraseFrame().size() + 1 + kelp::loader::runFrame().size() + 1;
     int records = 0;
     for (size_t i = 0; i + 1 < lines.size(); ++i) {
         if (lines[i] == kelp::loader::kEndRecord) continue;

@@ -43,9 +43,10 @@ int main(int argc, char** argv) {
                 ok ? "ok" : "FAILED", window.Graph->pointCount());
     std::printf("  wall %.3f s (including the %.0f ms set-up wait and the analysis)\n", wall,
                 configWait * 1000);
-    std::printf("  wire minimum %.3f s (%.0f bytes), ratio %.4f; without the set-up wait %.4f "
-                "(target <= 1.03)\n",
-                wire, wireBytes, wall / wire, (wall - configWait) / wire);
+    std::printf(
+        "  wire minimum %.3f s (%.0f bytes), ratio %.4f; without the set-up wait %.4f "
+        "(target <= 1.03)\n",
+        wire, wireBytes, wall / wire, (wall - configWait) / wire);
     std::printf("  cpu %.3f s = %.2f %% of wall\n", cpu, 100.0 * cpu / wall);
     return ok ? 0 : 1;
 }

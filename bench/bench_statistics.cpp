@@ -2,10 +2,10 @@
 // milliseconds per call.
 
 #include <QApplication>
-#include <chrono>
-#include <cstdio>
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <random>
 #include <vector>
 
@@ -38,13 +38,15 @@ int main(int argc, char** argv) {
         for (auto& c : codes) c = static_cast<int32_t>(std::lround(noise(rng)));
         const auto [lo, hi] = std::minmax_element(codes.begin(), codes.end());
         HistogramResult r;
-        const double histogram = millisecondsPerCall(200, [&] {
-            r = BuildCodeHistogram(codes, 0, 10001, *lo, *hi, kSarExactLimit);
-        });
+        const double histogram = millisecondsPerCall(
+            200, [&] { r = BuildCodeHistogram(codes, 0, 10001, *lo, *hi, kSarExactLimit); });
         MeanAndRms m;
-        const double meanRms = millisecondsPerCall(200, [&] { m = MeanAndRmsCodes(codes, 0, 10001); });
-        std::printf("statistics over 10001 codes, spread %d (%s): histogram %.3f ms, mean and RMS %.3f ms\n",
-                    *hi - *lo, r.binned ? "binned" : "exact", histogram, meanRms);
+        const double meanRms =
+            millisecondsPerCall(200, [&] { m = MeanAndRmsCodes(codes, 0, 10001); });
+        std::printf(
+            "statistics over 10001 codes, spread %d (%s): histogram %.3f ms, mean and RMS %.3f "
+            "ms\n",
+            *hi - *lo, r.binned ? "binned" : "exact", histogram, meanRms);
     }
 
     kelp::shell::ProgramState state;
@@ -70,7 +72,8 @@ int main(int argc, char** argv) {
         QCoreApplication::processEvents();
         window.grab();  // paint both charts
     });
-    std::printf("AnalyseData over a run of 10000 samples: %.3f ms per call (target < 5 ms)\n", analyse);
+    std::printf("AnalyseData over a run of 10000 samples: %.3f ms per call (target < 5 ms)\n",
+                analyse);
     std::printf("  with the charts redrawn and painted afterwards: %.3f ms\n", drawn);
     return 0;
 }

@@ -6,8 +6,8 @@
 #include <time.h>
 
 #include <QProcess>
-#include <cstdio>
 #include <QStringList>
+#include <cstdio>
 #include <string>
 
 #include "platform/qteventqueue.h"

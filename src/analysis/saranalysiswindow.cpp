@@ -135,8 +135,8 @@ QWidget* SarAnalysisWindow::buildSettingsGroup() {
         label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
         // The sampling frequency carries up to 15 digits; the other settings are short.
         const bool longFigure = f.box == &SarAnalysisWindow::SampFreqTextbox;
-        box->setMinimumWidth(longFigure ? box->fontMetrics().horizontalAdvance("888.888888888888") + 12
-                                        : 80);
+        box->setMinimumWidth(
+            longFigure ? box->fontMetrics().horizontalAdvance("888.888888888888") + 12 : 80);
         this->*f.label = label;
         this->*f.box = box;
         grid->addWidget(label, i / kPerRow, 2 * (i % kPerRow));

@@ -5,10 +5,9 @@
 #include <QChart>
 #include <QChartView>
 #include <QStackedBarSeries>
-#include <QValueAxis>
 #include <QTimer>
 #include <QVBoxLayout>
-
+#include <QValueAxis>
 #include <algorithm>
 
 namespace kelp::platform {

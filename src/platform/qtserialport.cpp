@@ -38,11 +38,21 @@ void QtSerialPort::applySettings() {
     port_.setDataBits(static_cast<QSerialPort::DataBits>(ls.dataBits));
     port_.setStopBits(ls.stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
     switch (ls.parity) {
-        case 'E': port_.setParity(QSerialPort::EvenParity); break;
-        case 'O': port_.setParity(QSerialPort::OddParity); break;
-        case 'M': port_.setParity(QSerialPort::MarkParity); break;
-        case 'S': port_.setParity(QSerialPort::SpaceParity); break;
-        default: port_.setParity(QSerialPort::NoParity); break;
+        case 'E':
+            port_.setParity(QSerialPort::EvenParity);
+            break;
+        case 'O':
+            port_.setParity(QSerialPort::OddParity);
+            break;
+        case 'M':
+            port_.setParity(QSerialPort::MarkParity);
+            break;
+        case 'S':
+            port_.setParity(QSerialPort::SpaceParity);
+            break;
+        default:
+            port_.setParity(QSerialPort::NoParity);
+            break;
     }
     port_.setFlowControl(QSerialPort::NoFlowControl);
 }

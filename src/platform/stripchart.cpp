@@ -3,9 +3,8 @@
 #include <QChart>
 #include <QChartView>
 #include <QLineSeries>
-#include <QValueAxis>
 #include <QVBoxLayout>
-
+#include <QValueAxis>
 #include <algorithm>
 
 namespace kelp::platform {

@@ -1,11 +1,11 @@
 #include "shell/application.h"
 
-#include <QCoreApplication>
 #include <QCloseEvent>
-#include <functional>
+#include <QCoreApplication>
 #include <QLabel>
 #include <QMainWindow>
 #include <QSerialPortInfo>
+#include <functional>
 
 #include "board/boardserver.h"
 #include "platform/qteventqueue.h"
@@ -39,10 +39,11 @@ public:
     explicit SigmaDeltaPlaceholder(const std::string& model) {
         setObjectName("SD_KELP");
         setWindowTitle(QString::fromStdString("KELP - " + model));
-        auto* label = new QLabel("The sigma-delta evaluation window is not available in this "
-                                 "version of KELP.\nThe firmware runs; close this window to end "
-                                 "the program.",
-                                 this);
+        auto* label = new QLabel(
+            "The sigma-delta evaluation window is not available in this "
+            "version of KELP.\nThe firmware runs; close this window to end "
+            "the program.",
+            this);
         label->setAlignment(Qt::AlignCenter);
         label->setMargin(30);
         setCentralWidget(label);
@@ -84,7 +85,8 @@ Application::Application(ApplicationOptions options, platform::MessageSink* mess
 
     main_ = std::make_unique<MainWindow>(state_, devices_, *messages_, options_.programFolder,
                                          std::move(entries));
-    if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_)) sink->setParent(main_.get());
+    if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_))
+        sink->setParent(main_.get());
     timer_->onTick = [this] { main_->Timer1_Timer(); };
 
     connect(main_.get(), &MainWindow::evaluationRequested, this, &Application::openEvaluation);

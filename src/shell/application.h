@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMainWindow>
 #include <QObject>
 #include <QPointer>
 #include <memory>
@@ -8,8 +9,6 @@
 
 #include "shell/catalogue.h"
 #include "shell/programstate.h"
-
-#include <QMainWindow>
 
 namespace kelp::platform {
 class MessageSink;

@@ -37,7 +37,8 @@ int main(int argc, char** argv) {
     if (asksForText(argc, argv)) {
         app = std::make_unique<QCoreApplication>(argc, argv);
     } else {
-        if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        if (qEnvironmentVariableIsEmpty("DISPLAY") &&
+            qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
             qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
             std::fprintf(stderr,
                          "KELP needs a graphical display, and none is set (DISPLAY is empty).\n"
@@ -57,7 +58,8 @@ int main(int argc, char** argv) {
 
     kelp::shell::ApplicationOptions settings;
     settings.programFolder = QCoreApplication::applicationDirPath().toStdString();
-    for (const QString& p : parser.values(options.port)) settings.extraPorts.push_back(p.toStdString());
+    for (const QString& p : parser.values(options.port))
+        settings.extraPorts.push_back(p.toStdString());
     settings.virtualBoard = !parser.isSet(options.noBoard);
 
     kelp::shell::Application kelp(settings);

@@ -48,9 +48,9 @@ W* named(W* widget, const char* name, const QString& accessible) {
 
 }  // namespace
 
-MainWindow::MainWindow(ProgramState& state, SharedDevices& devices,
-                       platform::MessageSink& messages, std::string programFolder,
-                       std::vector<PortEntry> extraPorts, QWidget* parent)
+MainWindow::MainWindow(ProgramState& state, SharedDevices& devices, platform::MessageSink& messages,
+                       std::string programFolder, std::vector<PortEntry> extraPorts,
+                       QWidget* parent)
     : QMainWindow(parent),
       state_(state),
       devices_(devices),
@@ -76,7 +76,8 @@ void MainWindow::buildControls() {
     auto* central = new QWidget(this);
     setCentralWidget(central);
 
-    Label8 = named(new QLabel("Kelpworks (KELP) v6.04", central), "Label8", "Kelpworks (KELP) v6.04");
+    Label8 =
+        named(new QLabel("Kelpworks (KELP) v6.04", central), "Label8", "Kelpworks (KELP) v6.04");
     QFont titleFont = Label8->font();
     titleFont.setPointSizeF(titleFont.pointSizeF() * 1.45);
     titleFont.setBold(true);
@@ -95,7 +96,8 @@ void MainWindow::buildControls() {
     ComSelect->setMinimumWidth(190);
 
     VantorCombobox = named(new QComboBox(central), "VantorCombobox", "Vantor Select");
-    for (const TargetDevice& d : catalogue()) VantorCombobox->addItem(QString::fromStdString(d.modelName));
+    for (const TargetDevice& d : catalogue())
+        VantorCombobox->addItem(QString::fromStdString(d.modelName));
     VantorCombobox->setPlaceholderText("Vantor Select");
     VantorCombobox->setCurrentIndex(-1);
     VantorCombobox->setMinimumWidth(190);

@@ -27,8 +27,10 @@ TEST(EndToEndDownload, EachImageLandsInTheBoardMemory) {
     };
     for (const auto& c : cases) {
         const fs::path dir = freshFolder(c.model);
-        QStringList args{"--model", c.model, "--memory-out", QString::fromStdString((dir / "memory.bin").string()),
-                         "--log", QString::fromStdString((dir / "board.log").string()), "--start", "loader"};
+        QStringList args{"--model",      c.model,
+                         "--memory-out", QString::fromStdString((dir / "memory.bin").string()),
+                         "--log",        QString::fromStdString((dir / "board.log").string()),
+                         "--start",      "loader"};
         if (!c.paced) args << "--no-pacing";
         BoardProcess board(args);
         ASSERT_FALSE(board.device().empty()) << board.errorOutput();
@@ -36,12 +38,14 @@ TEST(EndToEndDownload, EachImageLandsInTheBoardMemory) {
         auto* main = kelp.app->mainWindow();
         main->DownloadButton->click();
 
-        EXPECT_TRUE(kelp.messages.messages.empty()) << c.model << ": " << kelp.messages.texts().front();
+        EXPECT_TRUE(kelp.messages.messages.empty())
+            << c.model << ": " << kelp.messages.texts().front();
         EXPECT_FALSE(kelp.app->devices().MSComm1.isOpen()) << c.model;
         ASSERT_NE(kelp.app->evaluationWindow(), nullptr) << c.model;
         EXPECT_EQ(kelp.app->evaluationWindow()->objectName(), c.window) << c.model;
         EXPECT_TRUE(main->isHidden()) << c.model;
-        EXPECT_TRUE(main->VantorText->text().startsWith(QString(c.model) + " version 2.1")) << c.model;
+        EXPECT_TRUE(main->VantorText->text().startsWith(QString(c.model) + " version 2.1"))
+            << c.model;
         EXPECT_EQ(kelp.app->state().ModelName, c.model);
 
         const std::string memory = readFile(dir / "memory.bin");
@@ -50,9 +54,10 @@ TEST(EndToEndDownload, EachImageLandsInTheBoardMemory) {
 
         // The board saw: reset, erase, one write per data record, run.
         const auto log = readLines(dir / "board.log");
-        const auto records = static_cast<size_t>(std::count_if(log.begin(), log.end(), [](const std::string& l) {
-            return l.rfind("WRITE ", 0) == 0;
-        }));
+        const auto records =
+            static_cast<size_t>(std::count_if(log.begin(), log.end(), [](const std::string& l) {
+                return l.rfind("WRITE ", 0) == 0;
+            }));
         const auto imageLines = readLines(kProgramDir / "ASM" / c.image);
         EXPECT_EQ(records, imageLines.size() - 1) << c.model;
         ASSERT_GE(log.size(), 3u);
@@ -84,14 +89,15 @@ TEST(EndToEndDownload, EachFaultGivesItsMessage) {
         {"silent:run", "Error: Could not RUN Code."},
     };
     for (const auto& c : cases) {
-        BoardProcess board({"--model", "Zylo570", "--no-pacing", "--start", "loader", "--fault", c.fault});
+        BoardProcess board(
+            {"--model", "Zylo570", "--no-pacing", "--start", "loader", "--fault", c.fault});
         ASSERT_FALSE(board.device().empty()) << board.errorOutput();
         KelpOnBoard kelp(board.device());
         auto* main = kelp.app->mainWindow();
         main->DownloadButton->click();
         ASSERT_EQ(kelp.messages.messages.size(), 1u) << c.fault;
-        EXPECT_EQ(kelp.messages.messages[0].text.rfind(c.message, 0), 0u) << c.fault << ": "
-                                                                          << kelp.messages.messages[0].text;
+        EXPECT_EQ(kelp.messages.messages[0].text.rfind(c.message, 0), 0u)
+            << c.fault << ": " << kelp.messages.messages[0].text;
         EXPECT_EQ(kelp.messages.messages[0].title, "Warning");
         EXPECT_FALSE(kelp.app->devices().MSComm1.isOpen()) << c.fault;
         EXPECT_TRUE(main->DownloadButton->isEnabled()) << c.fault;
@@ -108,7 +114,8 @@ TEST(EndToEndDownload, ABusyPortIsReported) {
     ASSERT_EQ(first.app->devices().MSComm1.open(), platform::OpenError::None);
     KelpOnBoard second(board.device());
     second.app->mainWindow()->DownloadButton->click();
-    EXPECT_EQ(second.messages.texts(), std::vector<std::string>{"Com Port Already Open by another host"});
+    EXPECT_EQ(second.messages.texts(),
+              std::vector<std::string>{"Com Port Already Open by another host"});
     first.app->devices().MSComm1.close();
     second.messages.messages.clear();
     second.app->mainWindow()->DownloadButton->click();
@@ -118,12 +125,14 @@ TEST(EndToEndDownload, ABusyPortIsReported) {
 TEST(EndToEndDownload, AMissingDeviceIsReported) {
     KelpOnBoard kelp("/dev/pts/kelp-none");
     kelp.app->mainWindow()->DownloadButton->click();
-    EXPECT_EQ(kelp.messages.texts(), std::vector<std::string>{"Com Port Already Open by another host"});
+    EXPECT_EQ(kelp.messages.texts(),
+              std::vector<std::string>{"Com Port Already Open by another host"});
     EXPECT_TRUE(kelp.app->mainWindow()->DownloadButton->isEnabled());
 }
 
 TEST(EndToEndDownload, APortThatVanishesMidDownload) {
-    auto board = std::make_unique<BoardProcess>(QStringList{"--model", "Zylo570", "--start", "loader"});
+    auto board =
+        std::make_unique<BoardProcess>(QStringList{"--model", "Zylo570", "--start", "loader"});
     ASSERT_FALSE(board->device().empty());
     KelpOnBoard kelp(board->device());
     QTimer::singleShot(600, [&] { board.reset(); });

@@ -22,8 +22,8 @@ namespace kelp::testing {
 namespace fs = std::filesystem;
 
 inline fs::path freshFolder(const std::string& name) {
-    fs::path p = fs::temp_directory_path() /
-                 ("kelp-e2e-" + std::to_string(::getpid()) + "-" + name);
+    fs::path p =
+        fs::temp_directory_path() / ("kelp-e2e-" + std::to_string(::getpid()) + "-" + name);
     fs::remove_all(p);
     fs::create_directories(p);
     return p;
@@ -52,8 +52,8 @@ inline std::string expectedMemory(const fs::path& hex) {
         const int count = std::stoi(line.substr(1, 2), nullptr, 16);
         const int address = std::stoi(line.substr(3, 4), nullptr, 16);
         for (int i = 0; i < count; ++i)
-            memory[static_cast<size_t>(address + i)] =
-                static_cast<char>(std::stoi(line.substr(9 + 2 * static_cast<size_t>(i), 2), nullptr, 16));
+            memory[static_cast<size_t>(address + i)] = static_cast<char>(
+                std::stoi(line.substr(9 + 2 * static_cast<size_t>(i), 2), nullptr, 16));
     }
     return memory;
 }

@@ -44,7 +44,8 @@ std::string hex(int v) {
 struct SarSession {
     explicit SarSession(QStringList boardArgs, const char* model = "Zylo570")
         : dir(freshFolder(std::string("sar-") + model)),
-          board(QStringList{"--model", model, "--log", QString::fromStdString((dir / "board.log").string())} +
+          board(QStringList{"--model", model, "--log",
+                            QString::fromStdString((dir / "board.log").string())} +
                 boardArgs),
           kelp(board.device()) {
         auto* main = kelp.app->mainWindow();
@@ -185,11 +186,13 @@ TEST(EndToEndSarRun, DamagedPacketsAreSkippedNotFatal) {
         s.window->RunButton->click();
         EXPECT_TRUE(s.kelp.messages.messages.empty()) << c.fault;
         EXPECT_EQ(state.SampleCount, 1000) << c.fault;
-        for (int i : c.skippedIndexes) EXPECT_EQ(state.SampleBuffer[static_cast<size_t>(i)], -7) << c.fault << " " << i;
+        for (int i : c.skippedIndexes)
+            EXPECT_EQ(state.SampleBuffer[static_cast<size_t>(i)], -7) << c.fault << " " << i;
         // The packets the fault did not touch arrive whole.
         const auto codes = s.codes();
         ASSERT_EQ(codes.size(), 1000u) << c.fault;
-        for (size_t k = 500; k < 1000; ++k) ASSERT_EQ(state.SampleBuffer[k + 1], codes[k]) << c.fault;
+        for (size_t k = 500; k < 1000; ++k)
+            ASSERT_EQ(state.SampleBuffer[k + 1], codes[k]) << c.fault;
         ASSERT_NE(s.window->analysisWindow(), nullptr) << c.fault;
     }
 }

@@ -1,6 +1,7 @@
+#include "link/hexreading.h"
+
 #include <gtest/gtest.h>
 
-#include "link/hexreading.h"
 #include "link/registerrules.h"
 
 namespace kelp::link {
@@ -13,11 +14,11 @@ struct ReadCase {
 
 TEST(HexReading, ReadsLikeAPrefixedHexNumber) {
     const ReadCase cases[] = {
-        {"", 0},           {"0", 0},           {"ff", 255},          {"FF", 255},
-        {"7FFF", 32767},   {"8000", -32768},   {"FFFF", -1},         {"00FF", 255},
-        {"0000FFFF", -1},  {"10000", 65536},   {"FFFFFFFF", -1},     {"80000000", INT32_MIN},
-        {"G5", 0},         {"5G", 5},          {" 1 2\t3\n", 0x123}, {"100000000", std::nullopt},
-        {"1FF", 511},      {"-1", 0},
+        {"", 0},          {"0", 0},         {"ff", 255},          {"FF", 255},
+        {"7FFF", 32767},  {"8000", -32768}, {"FFFF", -1},         {"00FF", 255},
+        {"0000FFFF", -1}, {"10000", 65536}, {"FFFFFFFF", -1},     {"80000000", INT32_MIN},
+        {"G5", 0},        {"5G", 5},        {" 1 2\t3\n", 0x123}, {"100000000", std::nullopt},
+        {"1FF", 511},     {"-1", 0},
     };
     for (const auto& c : cases) EXPECT_EQ(readHex(c.text), c.value) << c.text;
 }
@@ -40,12 +41,15 @@ struct VerifyCase {
 
 TEST(RegisterRules, CanonicalTextForEachWidth) {
     const VerifyCase cases[] = {
-        {"FFFF", "FFFF", "0", "1"},   {"8000", "8000", "0", "1"},  {"10000", "0", "0", "1"},
-        {"FFFFFFFF", "FFFF", "0", "1"}, {"00FF", "FF", "FF", "1"}, {"1FF", "1FF", "0", "1"},
-        {"ff", "FF", "FF", "1"},      {"G5", "0", "0", "0"},       {"5G", "5", "5", "1"},
-        {"a", "A", "A", "1"},         {"00", "0", "0", "0"},       {"100", "100", "0", "1"},
-        {"", "0", "0", "0"},          {"2", "2", "2", "1"},        {"0", "0", "0", "0"},
-        {"1", "1", "1", "1"},         {"80000000", "0", "0", "1"}, {"123456789", "0", "0", "1"},
+        {"FFFF", "FFFF", "0", "1"},  {"8000", "8000", "0", "1"},
+        {"10000", "0", "0", "1"},    {"FFFFFFFF", "FFFF", "0", "1"},
+        {"00FF", "FF", "FF", "1"},   {"1FF", "1FF", "0", "1"},
+        {"ff", "FF", "FF", "1"},     {"G5", "0", "0", "0"},
+        {"5G", "5", "5", "1"},       {"a", "A", "A", "1"},
+        {"00", "0", "0", "0"},       {"100", "100", "0", "1"},
+        {"", "0", "0", "0"},         {"2", "2", "2", "1"},
+        {"0", "0", "0", "0"},        {"1", "1", "1", "1"},
+        {"80000000", "0", "0", "1"}, {"123456789", "0", "0", "1"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(Verify16bitSFR(c.text), c.v16) << c.text;

@@ -29,9 +29,16 @@ TEST(CheckHexFile, LinesAndMessages) {
         {"bad checksum in the last line is never seen", good + ":0300000002003BC1", true, {}},
         {"last line is not checked even without end record", ":0300000002003BC1\r\n", true, {}},
         {"16 bytes at 1FF0 end exactly at the limit",
-         ":101FF000FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF1\r\n" + end, true, {}},
-        {"16 bytes at 2000", ":10200000FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFE0\r\n" + end, false, {kTooBig}},
-        {"S-record line", "S1130000285F245F2212226A000424290008237C2A\r\n" + end, false,
+         ":101FF000FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF1\r\n" + end,
+         true,
+         {}},
+        {"16 bytes at 2000",
+         ":10200000FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFE0\r\n" + end,
+         false,
+         {kTooBig}},
+        {"S-record line",
+         "S1130000285F245F2212226A000424290008237C2A\r\n" + end,
+         false,
          {kInvalid, kTooBig, kInvalid}},
         {"semicolon instead of colon", ";0300000002003BC0\r\n" + end, false, {kInvalid}},
         {"only the first bad line reports", ":0300000002003BC1\r\nX\r\n" + end, false, {kInvalid}},
@@ -58,7 +65,8 @@ TEST(CheckHexFile, UnreadableAndEmptyFilesFailWithAMessage) {
     const HexCheck missing = CheckHexFile("/nonexistent/kelp/ASM/SAR_KELP.hex", 8192);
     EXPECT_FALSE(missing.ok);
     ASSERT_EQ(missing.messages.size(), 1u);
-    EXPECT_NE(missing.messages[0].text.find("/nonexistent/kelp/ASM/SAR_KELP.hex"), std::string::npos);
+    EXPECT_NE(missing.messages[0].text.find("/nonexistent/kelp/ASM/SAR_KELP.hex"),
+              std::string::npos);
 
     TempFile empty("");
     const HexCheck e = CheckHexFile(empty.path(), 8192);
@@ -97,5 +105,7 @@ TEST(ExtractRecord, AddressAndDataText) {
 }  // namespace kelp::loader
 
 namespace kelp::loader {
-void PrintTo(const CheckMessage& m, std::ostream* os) { *os << '"' << m.text << "\" / \"" << m.title << '"'; }
+void PrintTo(const CheckMessage& m, std::ostream* os) {
+    *os << '"' << m.text << "\" / \"" << m.title << '"';
+}
 }  // namespace kelp::loader

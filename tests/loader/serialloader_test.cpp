@@ -57,7 +57,11 @@ TEST_F(LoaderTest, WaitForBytesNeedsExactlyTheCount) {
         {"exact count early", {{20, std::string(25, 'x')}}, 25, true, 20},
         {"in two pieces", {{10, std::string(20, 'x')}, {30, std::string(5, 'x')}}, 25, true, 30},
         {"too many at once", {{10, std::string(30, 'x')}}, 25, false, 500},
-        {"passes the count between polls", {{10, std::string(24, 'x')}, {11, "yy"}}, 25, false, 500},
+        {"passes the count between polls",
+         {{10, std::string(24, 'x')}, {11, "yy"}},
+         25,
+         false,
+         500},
         {"too late", {{600, std::string(25, 'x')}}, 25, false, 500},
         {"nothing", {}, 1, false, 500},
     };

@@ -30,7 +30,8 @@ TEST(StripChart, BuffersPointsUntilFlushed) {
 
 TEST(StripChart, LongRunsAreDrawnAsTheirEnvelope) {
     StripChart chart;
-    for (int i = 0; i < 10000; ++i) chart.appendPoint(i == 4321 ? 4000 : (i == 777 ? 5 : 2048 + i % 5));
+    for (int i = 0; i < 10000; ++i)
+        chart.appendPoint(i == 4321 ? 4000 : (i == 777 ? 5 : 2048 + i % 5));
     chart.flush();
     const auto drawn = seriesOf(chart)->points();
     EXPECT_LE(drawn.size(), 2 * 1000);
@@ -49,8 +50,7 @@ TEST(StripChart, EnvelopeKeepsEachColumnsExtremesInOrder) {
     const double ys[] = {5, 1, 9, 3, 7, 7, 2, 8};
     for (int i = 0; i < 8; ++i) points.append(QPointF(i + 1, ys[i]));
     // Two columns: {5,1,9,3} -> 1 then 9; {7,7,2,8} -> 2 then 8.
-    EXPECT_EQ(StripChart::envelope(points, 2),
-              (QList<QPointF>{{2, 1}, {3, 9}, {7, 2}, {8, 8}}));
+    EXPECT_EQ(StripChart::envelope(points, 2), (QList<QPointF>{{2, 1}, {3, 9}, {7, 2}, {8, 8}}));
     // A flat column gives one point.
     EXPECT_EQ(StripChart::envelope({{1, 4}, {2, 4}}, 1), (QList<QPointF>{{1, 4}}));
     EXPECT_TRUE(StripChart::envelope({}, 10).isEmpty());

@@ -47,10 +47,14 @@ struct ScriptedChip {
         if (block.size() < 4) return {};
         commands.push_back(block[3]);
         switch (block[3]) {
-            case 'C': return std::string(1, eraseAnswer);
-            case 'U': return std::string(1, runAnswer);
-            case 'W': return std::string(1, ++records == refuseRecord ? char(0x07) : char(0x06));
-            default: return std::string(1, 0x07);
+            case 'C':
+                return std::string(1, eraseAnswer);
+            case 'U':
+                return std::string(1, runAnswer);
+            case 'W':
+                return std::string(1, ++records == refuseRecord ? char(0x07) : char(0x06));
+            default:
+                return std::string(1, 0x07);
         }
     }
 };
@@ -120,8 +124,11 @@ TEST_F(MainWindowTest, PortChoices) {
         int position;
         const char* device;
     };
-    const Step steps[] = {{2, "/dev/ttyS1"}, {3, "/dev/ttyS2"}, {0, "/dev/ttyS2"},
-                          {4, "/dev/ttyUSB0"}, {1, "/dev/ttyS0"}};
+    const Step steps[] = {{2, "/dev/ttyS1"},
+                          {3, "/dev/ttyS2"},
+                          {0, "/dev/ttyS2"},
+                          {4, "/dev/ttyUSB0"},
+                          {1, "/dev/ttyS0"}};
     for (const auto& s : steps) {
         window->ComSelect->setCurrentIndex(s.position);
         EXPECT_EQ(world.port.portName(), s.device) << s.position;
@@ -205,16 +212,28 @@ struct FailureCase {
 
 TEST_F(MainWindowTest, EveryFailureHasItsMessageAndLeavesThePortClosed) {
     const FailureCase cases[] = {
-        {"port busy", [](ScriptedChip&, testing::FakeWorld& w) { w.port.openResult = platform::OpenError::Busy; },
-         {"Com Port Already Open by another host"}, false},
-        {"no reset answer", [](ScriptedChip& c, testing::FakeWorld&) { c.answerReset = false; },
-         {kResetFailure}, false},
-        {"erase refused", [](ScriptedChip& c, testing::FakeWorld&) { c.eraseAnswer = 0x07; },
-         {"Error: Could not ERASE code."}, true},
-        {"record refused", [](ScriptedChip& c, testing::FakeWorld&) { c.refuseRecord = 3; },
-         {"Error: Could not DOWNLOAD Code."}, true},
-        {"run refused", [](ScriptedChip& c, testing::FakeWorld&) { c.runAnswer = 0x15; },
-         {"Error: Could not RUN Code."}, true},
+        {"port busy",
+         [](ScriptedChip&, testing::FakeWorld& w) {
+             w.port.openResult = platform::OpenError::Busy;
+         },
+         {"Com Port Already Open by another host"},
+         false},
+        {"no reset answer",
+         [](ScriptedChip& c, testing::FakeWorld&) { c.answerReset = false; },
+         {kResetFailure},
+         false},
+        {"erase refused",
+         [](ScriptedChip& c, testing::FakeWorld&) { c.eraseAnswer = 0x07; },
+         {"Error: Could not ERASE code."},
+         true},
+        {"record refused",
+         [](ScriptedChip& c, testing::FakeWorld&) { c.refuseRecord = 3; },
+         {"Error: Could not DOWNLOAD Code."},
+         true},
+        {"run refused",
+         [](ScriptedChip& c, testing::FakeWorld&) { c.runAnswer = 0x15; },
+         {"Error: Could not RUN Code."},
+         true},
     };
     for (const auto& c : cases) {
         chip = ScriptedChip{};

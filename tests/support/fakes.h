@@ -44,8 +44,8 @@ public:
     bool failed() const override { return false; }
 
     platform::OpenError openResult = platform::OpenError::None;
-    std::string input;                  // bytes waiting
-    std::vector<std::string> writes;    // every block written, in order
+    std::string input;                // bytes waiting
+    std::vector<std::string> writes;  // every block written, in order
     std::vector<std::string> settingsAtWrite;
     int openCount = 0;
     // Called for every block written; may schedule answers through the world.
@@ -95,7 +95,9 @@ public:
     void deliverAt(double time, const std::string& bytes) { arrivals.emplace(time, bytes); }
     void deliverAfter(double delay, const std::string& bytes) { deliverAt(now + delay, bytes); }
     // Something (a click, say) that happens at the given time.
-    void actAt(double time, std::function<void()> action) { actions.emplace(time, std::move(action)); }
+    void actAt(double time, std::function<void()> action) {
+        actions.emplace(time, std::move(action));
+    }
 
     // Runs the earliest pending event; false when nothing is pending.
     bool step(bool mayAdvance) {

@@ -20,8 +20,10 @@ namespace {
 void save(QWidget* w, const QString& folder, const char* name) {
     QApplication::processEvents();
     const QString path = folder + "/" + name;
-    if (!w->grab().save(path)) std::fprintf(stderr, "could not write %s\n", qPrintable(path));
-    else std::printf("%s\n", qPrintable(path));
+    if (!w->grab().save(path))
+        std::fprintf(stderr, "could not write %s\n", qPrintable(path));
+    else
+        std::printf("%s\n", qPrintable(path));
 }
 
 }  // namespace
