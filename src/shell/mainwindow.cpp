@@ -197,7 +197,8 @@ void MainWindow::EnableButtons() {
 
 bool MainWindow::OpenCommPort() {
     devices_.MSComm1.setSettings("9600,N,8,1");
-    return devices_.MSComm1.open() == platform::OpenError::None;
+    lastOpenError_ = devices_.MSComm1.open();
+    return lastOpenError_ == platform::OpenError::None;
 }
 
 void MainWindow::showFailure(const std::string& text, const std::string& title) {
@@ -208,11 +209,9 @@ void MainWindow::showFailure(const std::string& text, const std::string& title) 
 void MainWindow::DownloadButton_Click() {
     DisableButtons();
     state_.DownloadOk = true;
-    devices_.MSComm1.setSettings("9600,N,8,1");
-    const platform::OpenError openError = devices_.MSComm1.open();
-    if (openError != platform::OpenError::None) {
+    if (!OpenCommPort()) {
         std::string text = kPortBusy;
-        if (openError == platform::OpenError::PermissionDenied)
+        if (lastOpenError_ == platform::OpenError::PermissionDenied)
             text += "\r\nYou may not use " + devices_.MSComm1.portName() +
                     ": add your user to the dialout group (sudo usermod -aG dialout $USER) "
                     "and log in again.";

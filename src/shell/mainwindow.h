@@ -15,6 +15,7 @@ class QProgressBar;
 class QPushButton;
 
 namespace kelp::platform {
+enum class OpenError;
 class MessageSink;
 class QtProgress;
 }  // namespace kelp::platform
@@ -95,6 +96,7 @@ private:
     std::vector<PortEntry> extraPorts_;
     platform::QtProgress* progress_ = nullptr;
     bool exiting_ = false;
+    platform::OpenError lastOpenError_{};
 };
 
 }  // namespace kelp::shell
