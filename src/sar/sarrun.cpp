@@ -13,7 +13,6 @@ namespace {
 
 const std::string kRequestPacket = "R";
 const std::string kStopCommand = "S";
-const std::string kPortBusyText = "Com Port Already Open by another host";
 
 }  // namespace
 
@@ -127,7 +126,7 @@ RunOutcome SarRun::execute() {
     const SarConfiguration config = view_.configuration();
 
     if (!link::OpenTargetPort(port)) {
-        messages_.warning(kPortBusyText, "Warning");
+        messages_.warning(std::string(link::kPortBusyText), "Warning");
         return RunOutcome::PortBusy;
     }
 

@@ -14,6 +14,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "link/targetport.h"
 #include "loader/hexfile.h"
 #include "loader/serialloader.h"
 #include "platform/eventqueue.h"
@@ -36,8 +37,6 @@ const char* const kResetFailure =
     "4. The correct value for the crystal is selected\r\n"
     "5. PSEN is inserted\r\r\n"
     "See downloading instructions under 'Help-->Index'";
-
-const char* const kPortBusy = "Com Port Already Open by another host";
 
 template <typename W>
 W* named(W* widget, const char* name, const QString& accessible) {
@@ -210,7 +209,7 @@ void MainWindow::DownloadButton_Click() {
     DisableButtons();
     state_.DownloadOk = true;
     if (!OpenCommPort()) {
-        std::string text = kPortBusy;
+        std::string text(link::kPortBusyText);
         if (lastOpenError_ == platform::OpenError::PermissionDenied)
             text += "\r\nYou may not use " + devices_.MSComm1.portName() +
                     ": add your user to the dialout group (sudo usermod -aG dialout $USER) "
