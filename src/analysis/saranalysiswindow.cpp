@@ -14,12 +14,16 @@
 
 #include "analysis/sarrunsettings.h"
 #include "analysis/statistics.h"
-#include "analysis/textforms.h"
+#include "link/textforms.h"
 #include "platform/barchart.h"
 #include "platform/stripchart.h"
 #include "shell/programstate.h"
 
 namespace kelp::analysis {
+
+using link::DecimalText;
+using link::HexCode;
+using link::MiddleCode;
 
 namespace {
 

@@ -4,9 +4,11 @@
 #include <cmath>
 #include <limits>
 
-#include "analysis/textforms.h"
+#include "link/textforms.h"
 
 namespace kelp::analysis {
+
+using link::roundHalfEven;
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "analysis/textforms.h"
+#include "link/textforms.h"
 #include "link/registerrules.h"
 
 namespace kelp::sar {
@@ -79,36 +79,36 @@ int ClocksPerConversion(int acqTimePosition) { return position(acqTimePosition, 
 
 int DividerOfEntry(std::string_view entry) {
     if (entry.size() < 7) return 0;
-    const double v = analysis::leadingNumber(entry.substr(6, 2));
+    const double v = link::leadingNumber(entry.substr(6, 2));
     return v > 0 ? static_cast<int>(v) : 0;
 }
 
 std::optional<TimingFigures> ComputeTimingFigures(int acqTimePosition,
                                                   std::string_view masterClockText,
                                                   std::string_view convTimeEntry) {
-    const double masterClock = analysis::leadingNumber(masterClockText);
+    const double masterClock = link::leadingNumber(masterClockText);
     const int divider = DividerOfEntry(convTimeEntry);
     if (!(masterClock > 0) || divider <= 0) return std::nullopt;
     const double raw = ClocksPerConversion(acqTimePosition) / masterClock * divider;
     TimingFigures f;
-    f.conversionTime = analysis::roundHalfEven(raw, 3);
+    f.conversionTime = link::roundHalfEven(raw, 3);
     // A clock so fast that the time rounds to 0 gives no frequency either.
     if (!(f.conversionTime > 0) || !std::isfinite(f.conversionTime)) return std::nullopt;
     f.frequency = 1000.0 / f.conversionTime;
-    f.conversionTimeText = analysis::formatNumber(f.conversionTime);
-    f.frequencyText = analysis::formatNumber(f.frequency);
+    f.conversionTimeText = link::formatNumber(f.conversionTime);
+    f.frequencyText = link::formatNumber(f.frequency);
     return f;
 }
 
 std::string CheckNumSamples(std::string_view text) {
-    double n = analysis::leadingNumber(text);
+    double n = link::leadingNumber(text);
     if (n > kMaxSamples) n = kMaxSamples;
     if (n == 0) n = 1;
-    return analysis::formatNumber(n);
+    return link::formatNumber(n);
 }
 
 int RequestedSamples(std::string_view text) {
-    const double n = analysis::roundHalfEven(analysis::leadingNumber(text));
+    const double n = link::roundHalfEven(link::leadingNumber(text));
     if (!(n > 0)) return 0;
     return n > kMaxSamples ? kMaxSamples : static_cast<int>(n);
 }

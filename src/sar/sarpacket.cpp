@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "analysis/textforms.h"
+#include "link/textforms.h"
 #include "link/hexreading.h"
 
 namespace kelp::sar {
@@ -37,9 +37,9 @@ PacketSlots ParsePacket(std::string_view p) {
 
 std::string AxisLabelText(double value) {
     if (!std::isfinite(value) || std::fabs(value) > 1e15) return "0";
-    const double r = analysis::roundHalfEven(value);
-    if (r < 0) return "-" + analysis::HexCode(static_cast<int64_t>(-r));
-    return analysis::HexCode(static_cast<int64_t>(r));
+    const double r = link::roundHalfEven(value);
+    if (r < 0) return "-" + link::HexCode(static_cast<int64_t>(-r));
+    return link::HexCode(static_cast<int64_t>(r));
 }
 
 AxisLabels AxisLabelTexts(double lowerBound, double upperBound) {

@@ -6,7 +6,7 @@
 #include <map>
 #include <vector>
 
-#include "analysis/textforms.h"
+#include "link/textforms.h"
 
 namespace kelp::analysis {
 namespace {
@@ -169,10 +169,10 @@ TEST(Statistics, MeanAndRmsDivideByN) {
 
 TEST(Statistics, VoltsAndResolution) {
     // 2.56 V full scale, 24-bit weight: 32 codes are 4.883 uV and 19 bits.
-    EXPECT_EQ(FormatRounded(VoltsToMicrovolts(CodesToVolts(32, 2.56, 24)), 3), "4.883");
+    EXPECT_EQ(link::FormatRounded(VoltsToMicrovolts(CodesToVolts(32, 2.56, 24)), 3), "4.883");
     EXPECT_NEAR(PeakToPeakResolutionBits(24, 32), 19, 1e-12);
     EXPECT_EQ(PeakToPeakResolutionBits(24, 1), 24);
-    EXPECT_EQ(FormatRounded(PeakToPeakResolutionBits(24, 3), 2), "22.42");
+    EXPECT_EQ(link::FormatRounded(PeakToPeakResolutionBits(24, 3), 2), "22.42");
     EXPECT_NEAR(ResolutionBits(2.56, 2.56 / 1048576), 20, 1e-12);
     EXPECT_TRUE(std::isinf(ResolutionBits(2.5, 0)));
 }

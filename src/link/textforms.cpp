@@ -1,4 +1,4 @@
-#include "analysis/textforms.h"
+#include "link/textforms.h"
 
 #include <cctype>
 #include <cfenv>
@@ -8,7 +8,7 @@
 
 #include "link/hexreading.h"
 
-namespace kelp::analysis {
+namespace kelp::link {
 
 double roundHalfEven(double value, int decimals) {
     if (!std::isfinite(value)) return value;
@@ -106,4 +106,4 @@ double leadingNumber(std::string_view text) {
     return std::isfinite(v) ? v : 0.0;
 }
 
-}  // namespace kelp::analysis
+}  // namespace kelp::link

@@ -1,4 +1,4 @@
-#include "analysis/textforms.h"
+#include "link/textforms.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <numbers>
 #include <string>
 
-namespace kelp::analysis {
+namespace kelp::link {
 namespace {
 
 TEST(TextForms, FormatRoundedRoundsTiesToEvenAndDropsTrailingZeros) {
@@ -102,4 +102,4 @@ TEST(TextForms, LeadingNumberReadsTheNumberAtTheStart) {
 }
 
 }  // namespace
-}  // namespace kelp::analysis
+}  // namespace kelp::link

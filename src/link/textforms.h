@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace kelp::analysis {
+namespace kelp::link {
 
 // Rounds to the given number of decimals; a tie goes to the even neighbour.
 double roundHalfEven(double value, int decimals = 0);
@@ -29,4 +29,4 @@ std::string DecimalText(int64_t value);
 // a point as decimal separator and an exponent; a text without a number reads 0.
 double leadingNumber(std::string_view text);
 
-}  // namespace kelp::analysis
+}  // namespace kelp::link
