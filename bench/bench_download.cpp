@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "benchsupport.h"
+#include "loader/download.h"
 #include "loader/frames.h"
 #include "loader/hexfile.h"
 #include "loader/serialloader.h"
@@ -55,16 +56,15 @@ int main(int argc, char** argv) {
     auto& port = host.port;
     auto& state = host.state;
     NoProgress progress;
-    kelp::loader::SerialLoader loader(host.devices, state, progress);
+    kelp::loader::SerialLoader loader(host.link, state.loader, progress);
 
-    port.setSettings("9600,N,8,1");
-    if (port.open() != kelp::platform::OpenError::None) {
+    if (kelp::loader::OpenCommPort(host.link) != kelp::platform::OpenError::None) {
         std::fprintf(stderr, "cannot open %s\n", board.device().c_str());
         return 1;
     }
     const double cpu0 = kelp::bench::cpuSeconds();
     const double t0 = kelp::bench::wallSeconds();
-    state.DownloadOk = true;
+    state.loader.DownloadOk = true;
     const bool ok = loader.ResetDevice() && loader.EraseCode() &&
                     loader.DownloadCode(largest.string()) && loader.RunCode();
     const double wall = kelp::bench::wallSeconds() - t0;

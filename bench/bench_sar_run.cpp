@@ -20,12 +20,10 @@ int main(int argc, char** argv) {
     kelp::bench::Host host(board.device());
     auto& state = host.state;
     kelp::platform::RecordingMessageSink messages;
-    state.ModelName = "Zylo570";
-
-    kelp::sar::SarWindow window(state, host.devices, messages);
-    window.load();
+    kelp::sar::SarWindow window(host.link, state.run, state.sar, messages);
+    window.load("Zylo570");
     window.show();
-    window.NumSamples->setCurrentText("10000");
+    window.findChild<QComboBox*>("NumSamples")->setCurrentText("10000");
 
     // Configuration (26), one request (1) and one packet (500) per 100 samples, the stop byte.
     const double wireBytes = 26 + 100 * (1 + 500) + 1;
@@ -34,13 +32,14 @@ int main(int argc, char** argv) {
 
     const double cpu0 = kelp::bench::cpuSeconds();
     const double t0 = kelp::bench::wallSeconds();
-    window.RunButton->click();
+    window.findChild<QPushButton*>("RunButton")->click();
     const double wall = kelp::bench::wallSeconds() - t0;
     const double cpu = kelp::bench::cpuSeconds() - cpu0;
 
-    const bool ok = state.SampleCount == 10000 && messages.messages.empty();
+    const bool ok = state.run.SampleCount == 10000 && messages.messages.empty();
     std::printf("SAR run of 10000 samples at 57600 baud: %s, %d points plotted\n",
-                ok ? "ok" : "FAILED", window.Graph->pointCount());
+                ok ? "ok" : "FAILED",
+                window.findChild<kelp::platform::StripChart*>("Graph")->pointCount());
     std::printf("  wall %.3f s (including the %.0f ms set-up wait and the analysis)\n", wall,
                 configWait * 1000);
     std::printf(

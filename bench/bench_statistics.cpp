@@ -12,7 +12,6 @@
 #include "analysis/saranalysiswindow.h"
 #include "analysis/sarrunsettings.h"
 #include "analysis/statistics.h"
-#include "shell/programstate.h"
 
 namespace {
 
@@ -49,26 +48,23 @@ int main(int argc, char** argv) {
             *hi - *lo, r.binned ? "binned" : "exact", histogram, meanRms);
     }
 
-    kelp::shell::ProgramState state;
-    state.ModelName = "Zylo570";
+    std::vector<int16_t> buffer(10001);
     std::normal_distribution<double> noise(2048.0, 1.2);
-    state.SampleCount = 10000;
-    state.MinCode = 4096;
-    state.MaxCode = 0;
+    SarRunData data{buffer, 10000, 4096, 0};
     for (int k = 1; k <= 10000; ++k) {
         const auto c = static_cast<int16_t>(std::lround(noise(rng)));
-        state.SampleBuffer[static_cast<size_t>(k)] = c;
-        state.MinCode = std::min(state.MinCode, c);
-        state.MaxCode = std::max(state.MaxCode, c);
+        buffer[static_cast<size_t>(k)] = c;
+        data.MinCode = std::min<int>(data.MinCode, c);
+        data.MaxCode = std::max<int>(data.MaxCode, c);
     }
-    SarAnalysisWindow window(state);
+    SarAnalysisWindow window("Zylo570");
     window.show();
     SarRunSettings settings;
-    settings.graphUpperBound = state.MaxCode + 1;
-    settings.graphLowerBound = state.MinCode - 1;
-    const double analyse = millisecondsPerCall(50, [&] { window.AnalyseData(settings); });
+    settings.graphUpperBound = data.MaxCode + 1;
+    settings.graphLowerBound = data.MinCode - 1;
+    const double analyse = millisecondsPerCall(50, [&] { window.AnalyseData(settings, data); });
     const double drawn = millisecondsPerCall(20, [&] {
-        window.AnalyseData(settings);
+        window.AnalyseData(settings, data);
         QCoreApplication::processEvents();
         window.grab();  // paint both charts
     });

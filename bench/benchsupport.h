@@ -13,6 +13,7 @@
 #include "platform/qteventqueue.h"
 #include "platform/qtserialport.h"
 #include "platform/qtticktimer.h"
+#include "link/link.h"
 #include "shell/programstate.h"
 
 namespace kelp::bench {
@@ -53,18 +54,15 @@ private:
     std::string device_;
 };
 
-// The host's side as the program wires it: one port, the tick timer setting TimerElapsed,
-// the event queue, the state. Talks to `device`.
+// The host's side as the program wires it: one port, the tick timer, the event queue, the
+// link over them, the state. Talks to `device`.
 struct Host {
-    explicit Host(const std::string& device) {
-        timer.onTick = [this] { state.TimerElapsed = true; };
-        port.setPortName(device);
-    }
+    explicit Host(const std::string& device) { port.setPortName(device); }
     platform::QtSerialPort port;
     platform::QtTickTimer timer;
     platform::QtEventQueue events;
+    link::Link link{port, timer, events};
     shell::ProgramState state;
-    shell::SharedDevices devices{port, timer, events};
 };
 
 // False, with a message, when the board did not start.

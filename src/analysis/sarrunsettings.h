@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <string>
 
 namespace kelp::analysis {
@@ -20,6 +22,14 @@ struct SarRunSettings {
     std::string GraphMinLabel;
     double graphUpperBound = 0;
     double graphLowerBound = 0;
+};
+
+// The run's results: sample k at index k (index 0 unused), the count and the extremes.
+struct SarRunData {
+    std::span<const int16_t> SampleBuffer;
+    int SampleCount = 0;
+    int MinCode = 0;
+    int MaxCode = 0;
 };
 
 }  // namespace kelp::analysis

@@ -1,7 +1,6 @@
 #include "link/registerpanel.h"
 
 #include <QGridLayout>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -27,72 +26,105 @@ void verifyBox(QLineEdit* box, Rule rule) {
 
 enum Group { kPwm, kGpio, kTimers, kUart, kGroupCount };
 
+}  // namespace
+
+struct RegisterPanel::Boxes {
+    QGroupBox* PWMFrame = nullptr;
+    QGroupBox* Frame5 = nullptr;
+    QGroupBox* Frame4 = nullptr;
+    QGroupBox* Frame3 = nullptr;
+    QLineEdit* PWMCONSFR = nullptr;
+    QLineEdit* PWM0HSFR = nullptr;
+    QLineEdit* PWM0LSFR = nullptr;
+    QLineEdit* PWM1HSFR = nullptr;
+    QLineEdit* PWM1LSFR = nullptr;
+    QLineEdit* P0SFR = nullptr;
+    QLineEdit* P1_0SFR = nullptr;
+    QLineEdit* P1_1SFR = nullptr;
+    QLineEdit* P2SFR = nullptr;
+    QLineEdit* P3SFR = nullptr;
+    QLineEdit* TCONSFR = nullptr;
+    QLineEdit* TMODSFR = nullptr;
+    QLineEdit* T0SFR = nullptr;
+    QLineEdit* T1SFR = nullptr;
+    QLineEdit* TIMECONSFR = nullptr;
+    QLineEdit* SCONSFR = nullptr;
+    QLineEdit* T2CONSFR = nullptr;
+    QLineEdit* RCAP2HSFR = nullptr;
+    QLineEdit* RCAP2LSFR = nullptr;
+    QLineEdit* PLLCONSFR = nullptr;
+};
+
+namespace {
+
 struct BoxRow {
-    QLineEdit* RegisterPanel::*box;
+    QLineEdit* RegisterPanel::Boxes::*box;
     const char* name;
     const char* label;
-    QLabel* RegisterPanel::*labelMember;  // the labels the window names; others are unnamed
-    const char* labelName;
+    const char* labelName;  // the labels the window names; nullptr for the others
     Group group;
     const char* start;                 // nullptr: the window fills it
     void (RegisterPanel::*handler)();  // nullptr: not verified
 };
 
 using P = RegisterPanel;
+using B = RegisterPanel::Boxes;
 
 const BoxRow kBoxes[] = {
-    {&P::PWMCONSFR, "PWMCONSFR", "PWMCON", &P::Label27, "Label27", kPwm, "00",
+    {&B::PWMCONSFR, "PWMCONSFR", "PWMCON", "Label27", kPwm, "00",
      &P::PWMCONSFR_Change},
-    {&P::PWM0HSFR, "PWM0HSFR", "PWM0H", &P::Label29, "Label29", kPwm, "00", &P::PWM0HSFR_Change},
-    {&P::PWM0LSFR, "PWM0LSFR", "PWM0L", &P::Label30, "Label30", kPwm, "00", &P::PWM0LSFR_Change},
-    {&P::PWM1HSFR, "PWM1HSFR", "PWM1H", &P::Label31, "Label31", kPwm, "00", &P::PWM1HSFR_Change},
-    {&P::PWM1LSFR, "PWM1LSFR", "PWM1L", &P::Label32, "Label32", kPwm, "00", &P::PWM1LSFR_Change},
-    {&P::P0SFR, "P0SFR", "P0", nullptr, nullptr, kGpio, "FF", &P::P0SFR_Change},
-    {&P::P1_0SFR, "P1_0SFR", "P1.0", nullptr, nullptr, kGpio, "1", &P::P1_0SFR_Change},
-    {&P::P1_1SFR, "P1_1SFR", "P1.1", nullptr, nullptr, kGpio, "1", &P::P1_1SFR_Change},
-    {&P::P2SFR, "P2SFR", "P2", nullptr, nullptr, kGpio, "FF", &P::P2SFR_Change},
-    {&P::P3SFR, "P3SFR", "P3", nullptr, nullptr, kGpio, "FF", &P::P3SFR_Change},
-    {&P::TCONSFR, "TCONSFR", "TCON", nullptr, nullptr, kTimers, "00", &P::TCONSFR_Change},
-    {&P::TMODSFR, "TMODSFR", "TMOD", nullptr, nullptr, kTimers, "00", &P::TMODSFR_Change},
-    {&P::T0SFR, "T0SFR", "TH0/TL0", nullptr, nullptr, kTimers, "0000", &P::T0SFR_Change},
-    {&P::T1SFR, "T1SFR", "TH1/TL1", nullptr, nullptr, kTimers, "0000", &P::T1SFR_Change},
-    {&P::TIMECONSFR, "TIMECONSFR", "TIMECON", nullptr, nullptr, kTimers, "00",
+    {&B::PWM0HSFR, "PWM0HSFR", "PWM0H", "Label29", kPwm, "00", &P::PWM0HSFR_Change},
+    {&B::PWM0LSFR, "PWM0LSFR", "PWM0L", "Label30", kPwm, "00", &P::PWM0LSFR_Change},
+    {&B::PWM1HSFR, "PWM1HSFR", "PWM1H", "Label31", kPwm, "00", &P::PWM1HSFR_Change},
+    {&B::PWM1LSFR, "PWM1LSFR", "PWM1L", "Label32", kPwm, "00", &P::PWM1LSFR_Change},
+    {&B::P0SFR, "P0SFR", "P0", nullptr, kGpio, "FF", &P::P0SFR_Change},
+    {&B::P1_0SFR, "P1_0SFR", "P1.0", nullptr, kGpio, "1", &P::P1_0SFR_Change},
+    {&B::P1_1SFR, "P1_1SFR", "P1.1", nullptr, kGpio, "1", &P::P1_1SFR_Change},
+    {&B::P2SFR, "P2SFR", "P2", nullptr, kGpio, "FF", &P::P2SFR_Change},
+    {&B::P3SFR, "P3SFR", "P3", nullptr, kGpio, "FF", &P::P3SFR_Change},
+    {&B::TCONSFR, "TCONSFR", "TCON", nullptr, kTimers, "00", &P::TCONSFR_Change},
+    {&B::TMODSFR, "TMODSFR", "TMOD", nullptr, kTimers, "00", &P::TMODSFR_Change},
+    {&B::T0SFR, "T0SFR", "TH0/TL0", nullptr, kTimers, "0000", &P::T0SFR_Change},
+    {&B::T1SFR, "T1SFR", "TH1/TL1", nullptr, kTimers, "0000", &P::T1SFR_Change},
+    {&B::TIMECONSFR, "TIMECONSFR", "TIMECON", nullptr, kTimers, "00",
      &P::TIMECONSFR_Change},
-    {&P::SCONSFR, "SCONSFR", "SCON", nullptr, nullptr, kUart, nullptr, nullptr},
-    {&P::T2CONSFR, "T2CONSFR", "T2CON", nullptr, nullptr, kUart, nullptr, nullptr},
-    {&P::RCAP2HSFR, "RCAP2HSFR", "RCAP2H", nullptr, nullptr, kUart, nullptr, nullptr},
-    {&P::RCAP2LSFR, "RCAP2LSFR", "RCAP2L", nullptr, nullptr, kUart, nullptr, nullptr},
-    {&P::PLLCONSFR, "PLLCONSFR", "PLLCON", nullptr, nullptr, kUart, nullptr, nullptr},
+    {&B::SCONSFR, "SCONSFR", "SCON", nullptr, kUart, nullptr, nullptr},
+    {&B::T2CONSFR, "T2CONSFR", "T2CON", nullptr, kUart, nullptr, nullptr},
+    {&B::RCAP2HSFR, "RCAP2HSFR", "RCAP2H", nullptr, kUart, nullptr, nullptr},
+    {&B::RCAP2LSFR, "RCAP2LSFR", "RCAP2L", nullptr, kUart, nullptr, nullptr},
+    {&B::PLLCONSFR, "PLLCONSFR", "PLLCON", nullptr, kUart, nullptr, nullptr},
 };
 
 struct GroupRow {
-    QGroupBox* RegisterPanel::*frame;
+    QGroupBox* RegisterPanel::Boxes::*frame;
     const char* name;
     const char* caption;
 };
 
 const GroupRow kGroups[kGroupCount] = {
-    {&P::PWMFrame, "PWMFrame", "PWM"},
-    {&P::Frame5, "Frame5", "GPIO"},
-    {&P::Frame4, "Frame4", "Timer/Counters"},
-    {&P::Frame3, "Frame3", "UART Config"},
+    {&B::PWMFrame, "PWMFrame", "PWM"},
+    {&B::Frame5, "Frame5", "GPIO"},
+    {&B::Frame4, "Frame4", "Timer/Counters"},
+    {&B::Frame3, "Frame3", "UART Config"},
 };
 
 }  // namespace
 
 RegisterPanel::RegisterPanel(const FrameHeights& heights, QWidget* parent)
     : QGroupBox(QStringLiteral("DIGITAL Peripherals - Click to Configure"), parent),
+      boxes_(std::make_unique<Boxes>()),
       heights_(heights),
       height_(heights.expanded) {
     setObjectName(QStringLiteral("DigitalFrame"));
     setAccessibleName(title());
-    setToolTip(tr("Click the caption to show or hide the register boxes"));
-    setFocusPolicy(Qt::TabFocus);
-    setMouseTracking(true);
+    setToolTip(tr("Click the frame to show or hide the register boxes"));
+    setCursor(Qt::PointingHandCursor);
     buildBoxes();
     connectHandlers();
     setFrameHeight(height_);
 }
+
+RegisterPanel::~RegisterPanel() = default;
 
 void RegisterPanel::buildBoxes() {
     content_ = new QWidget(this);
@@ -105,7 +137,7 @@ void RegisterPanel::buildBoxes() {
     for (int g = 0; g < kGroupCount; ++g) {
         auto* frame = new QGroupBox(QString::fromLatin1(kGroups[g].caption), content_);
         frame->setObjectName(QString::fromLatin1(kGroups[g].name));
-        this->*kGroups[g].frame = frame;
+        boxes_.get()->*kGroups[g].frame = frame;
         groupLayouts[g] = new QGridLayout(frame);
         groupLayouts[g]->setContentsMargins(8, 4, 8, 6);
         groupLayouts[g]->setVerticalSpacing(3);
@@ -115,18 +147,18 @@ void RegisterPanel::buildBoxes() {
 
     int rows[kGroupCount] = {};
     for (const BoxRow& row : kBoxes) {
-        QGroupBox* frame = this->*kGroups[row.group].frame;
+        QGroupBox* frame = boxes_.get()->*kGroups[row.group].frame;
         auto* box = new QLineEdit(frame);
         box->setObjectName(QString::fromLatin1(row.name));
         box->setAccessibleName(QString::fromLatin1(row.label));
         box->setFixedWidth(56);
         if (row.start) box->setText(QString::fromLatin1(row.start));
-        this->*row.box = box;
+        box->setCursor(Qt::IBeamCursor);
+        boxes_.get()->*row.box = box;
 
         auto* label = new QLabel(QString::fromLatin1(row.label), frame);
         label->setBuddy(box);
-        if (row.labelMember) {
-            this->*row.labelMember = label;
+        if (row.labelName) {
             label->setObjectName(QString::fromLatin1(row.labelName));
         } else {
             label->setObjectName(QString::fromLatin1(row.name) + QStringLiteral("Label"));
@@ -149,25 +181,26 @@ void RegisterPanel::buildBoxes() {
 // Connected after the starting texts are in, so those stay as designed ("00") until edited.
 void RegisterPanel::connectHandlers() {
     for (const BoxRow& row : kBoxes) {
-        if (row.handler) connect(this->*row.box, &QLineEdit::textChanged, this, row.handler);
+        if (row.handler)
+            connect(boxes_.get()->*row.box, &QLineEdit::textChanged, this, row.handler);
     }
 }
 
-void RegisterPanel::PWMCONSFR_Change() { verifyBox(PWMCONSFR, Verify8bitSFR); }
-void RegisterPanel::PWM0HSFR_Change() { verifyBox(PWM0HSFR, Verify8bitSFR); }
-void RegisterPanel::PWM0LSFR_Change() { verifyBox(PWM0LSFR, Verify8bitSFR); }
-void RegisterPanel::PWM1HSFR_Change() { verifyBox(PWM1HSFR, Verify8bitSFR); }
-void RegisterPanel::PWM1LSFR_Change() { verifyBox(PWM1LSFR, Verify8bitSFR); }
-void RegisterPanel::P0SFR_Change() { verifyBox(P0SFR, Verify8bitSFR); }
-void RegisterPanel::P1_0SFR_Change() { verifyBox(P1_0SFR, Verify1bitSFR); }
-void RegisterPanel::P1_1SFR_Change() { verifyBox(P1_1SFR, Verify1bitSFR); }
-void RegisterPanel::P2SFR_Change() { verifyBox(P2SFR, Verify8bitSFR); }
-void RegisterPanel::P3SFR_Change() { verifyBox(P3SFR, Verify8bitSFR); }
-void RegisterPanel::TCONSFR_Change() { verifyBox(TCONSFR, Verify8bitSFR); }
-void RegisterPanel::TMODSFR_Change() { verifyBox(TMODSFR, Verify8bitSFR); }
-void RegisterPanel::T0SFR_Change() { verifyBox(T0SFR, Verify16bitSFR); }
-void RegisterPanel::T1SFR_Change() { verifyBox(T1SFR, Verify16bitSFR); }
-void RegisterPanel::TIMECONSFR_Change() { verifyBox(TIMECONSFR, Verify8bitSFR); }
+void RegisterPanel::PWMCONSFR_Change() { verifyBox(boxes_->PWMCONSFR, Verify8bitSFR); }
+void RegisterPanel::PWM0HSFR_Change() { verifyBox(boxes_->PWM0HSFR, Verify8bitSFR); }
+void RegisterPanel::PWM0LSFR_Change() { verifyBox(boxes_->PWM0LSFR, Verify8bitSFR); }
+void RegisterPanel::PWM1HSFR_Change() { verifyBox(boxes_->PWM1HSFR, Verify8bitSFR); }
+void RegisterPanel::PWM1LSFR_Change() { verifyBox(boxes_->PWM1LSFR, Verify8bitSFR); }
+void RegisterPanel::P0SFR_Change() { verifyBox(boxes_->P0SFR, Verify8bitSFR); }
+void RegisterPanel::P1_0SFR_Change() { verifyBox(boxes_->P1_0SFR, Verify1bitSFR); }
+void RegisterPanel::P1_1SFR_Change() { verifyBox(boxes_->P1_1SFR, Verify1bitSFR); }
+void RegisterPanel::P2SFR_Change() { verifyBox(boxes_->P2SFR, Verify8bitSFR); }
+void RegisterPanel::P3SFR_Change() { verifyBox(boxes_->P3SFR, Verify8bitSFR); }
+void RegisterPanel::TCONSFR_Change() { verifyBox(boxes_->TCONSFR, Verify8bitSFR); }
+void RegisterPanel::TMODSFR_Change() { verifyBox(boxes_->TMODSFR, Verify8bitSFR); }
+void RegisterPanel::T0SFR_Change() { verifyBox(boxes_->T0SFR, Verify16bitSFR); }
+void RegisterPanel::T1SFR_Change() { verifyBox(boxes_->T1SFR, Verify16bitSFR); }
+void RegisterPanel::TIMECONSFR_Change() { verifyBox(boxes_->TIMECONSFR, Verify8bitSFR); }
 
 bool RegisterPanel::isExpanded() const { return height_ >= heights_.threshold; }
 
@@ -183,51 +216,47 @@ void RegisterPanel::DigitalFrame_Click() {
     setFrameHeight(height_ < heights_.threshold ? heights_.expanded : heights_.collapsed);
 }
 
-bool RegisterPanel::inCaption(const QPointF& position) const {
-    // Collapsed, the frame is all caption; expanded, the band above the group frames.
-    if (!isExpanded()) return rect().contains(position.toPoint());
-    return position.y() >= 0 && position.y() < contentsRect().top() + 4;
-}
-
+// Clicks on a box are the box's own; any other click on the frame, its group frames or
+// its labels comes here.
 void RegisterPanel::mousePressEvent(QMouseEvent* event) {
-    pressedInCaption_ = event->button() == Qt::LeftButton && inCaption(event->position());
-    if (pressedInCaption_) {
-        event->accept();
-        return;
-    }
-    QGroupBox::mousePressEvent(event);
+    pressed_ = event->button() == Qt::LeftButton;
+    event->accept();
 }
 
 void RegisterPanel::mouseReleaseEvent(QMouseEvent* event) {
-    const bool click =
-        pressedInCaption_ && event->button() == Qt::LeftButton && inCaption(event->position());
-    pressedInCaption_ = false;
-    if (click) {
-        event->accept();
-        DigitalFrame_Click();
-        return;
-    }
-    QGroupBox::mouseReleaseEvent(event);
+    const bool click = pressed_ && event->button() == Qt::LeftButton &&
+                       rect().contains(event->position().toPoint());
+    pressed_ = false;
+    event->accept();
+    if (click) DigitalFrame_Click();
 }
 
-void RegisterPanel::mouseMoveEvent(QMouseEvent* event) {
-    setCursor(inCaption(event->position()) ? Qt::PointingHandCursor : Qt::ArrowCursor);
-    QGroupBox::mouseMoveEvent(event);
+QLineEdit* RegisterPanel::box(std::string_view name) const {
+    for (const BoxRow& row : kBoxes)
+        if (name == row.name) return boxes_.get()->*row.box;
+    return nullptr;
 }
 
-// Keyboard users toggle with Space or Enter once the frame has the focus. Taken here, since
-// the group box itself swallows Space for its (unused) check box.
-bool RegisterPanel::event(QEvent* event) {
-    if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) {
-        const auto* key = static_cast<QKeyEvent*>(event);
-        const bool toggleKey = key->key() == Qt::Key_Space || key->key() == Qt::Key_Return ||
-                               key->key() == Qt::Key_Enter;
-        if (toggleKey) {
-            if (event->type() == QEvent::KeyPress && !key->isAutoRepeat()) DigitalFrame_Click();
-            return true;
-        }
-    }
-    return QGroupBox::event(event);
+RegisterTexts RegisterPanel::texts() const {
+    const auto t = [](const QLineEdit* b) { return b->text().toStdString(); };
+    const Boxes& b = *boxes_;
+    RegisterTexts r;
+    r.TCON = t(b.TCONSFR);
+    r.TMOD = t(b.TMODSFR);
+    r.T0 = t(b.T0SFR);
+    r.T1 = t(b.T1SFR);
+    r.TIMECON = t(b.TIMECONSFR);
+    r.PWMCON = t(b.PWMCONSFR);
+    r.PWM0H = t(b.PWM0HSFR);
+    r.PWM0L = t(b.PWM0LSFR);
+    r.PWM1H = t(b.PWM1HSFR);
+    r.PWM1L = t(b.PWM1LSFR);
+    r.P0 = t(b.P0SFR);
+    r.P1_0 = t(b.P1_0SFR);
+    r.P1_1 = t(b.P1_1SFR);
+    r.P2 = t(b.P2SFR);
+    r.P3 = t(b.P3SFR);
+    return r;
 }
 
 }  // namespace kelp::link

@@ -1,6 +1,10 @@
 #pragma once
 
 #include <QGroupBox>
+#include <memory>
+#include <string_view>
+
+#include "link/registerrules.h"
 
 class QLabel;
 class QLineEdit;
@@ -17,11 +21,15 @@ struct FrameHeights {
 
 // DigitalFrame: the digital-peripheral register boxes of both evaluation windows, in four
 // group frames. Every verified box rewrites itself to its canonical text on every change,
-// typed or set by the program; the UART boxes are free text.
+// typed or set by the program; the UART boxes are free text. A click anywhere on the frame
+// outside a box expands or collapses it; no key does.
 class RegisterPanel final : public QGroupBox {
     Q_OBJECT
 public:
     explicit RegisterPanel(const FrameHeights& heights, QWidget* parent = nullptr);
+    ~RegisterPanel() override;
+
+    struct Boxes;  // the boxes and group frames, known only to the panel
 
     // The frame's height in the window's units (pixels; fractions are kept for the rule
     // and rounded for display). The boxes show only when the frame is expanded.
@@ -31,38 +39,12 @@ public:
 
     void DigitalFrame_Click();
 
-    QGroupBox* PWMFrame = nullptr;
-    QGroupBox* Frame5 = nullptr;
-    QGroupBox* Frame4 = nullptr;
-    QGroupBox* Frame3 = nullptr;
+    // A register box by its name ("T0SFR", "PLLCONSFR"); nullptr for an unknown name.
+    QLineEdit* box(std::string_view name) const;
+    // The texts a configuration message carries.
+    RegisterTexts texts() const;
 
-    QLineEdit* PWMCONSFR = nullptr;
-    QLineEdit* PWM0HSFR = nullptr;
-    QLineEdit* PWM0LSFR = nullptr;
-    QLineEdit* PWM1HSFR = nullptr;
-    QLineEdit* PWM1LSFR = nullptr;
-    QLineEdit* P0SFR = nullptr;
-    QLineEdit* P1_0SFR = nullptr;
-    QLineEdit* P1_1SFR = nullptr;
-    QLineEdit* P2SFR = nullptr;
-    QLineEdit* P3SFR = nullptr;
-    QLineEdit* TCONSFR = nullptr;
-    QLineEdit* TMODSFR = nullptr;
-    QLineEdit* T0SFR = nullptr;
-    QLineEdit* T1SFR = nullptr;
-    QLineEdit* TIMECONSFR = nullptr;
-    QLineEdit* SCONSFR = nullptr;
-    QLineEdit* T2CONSFR = nullptr;
-    QLineEdit* RCAP2HSFR = nullptr;
-    QLineEdit* RCAP2LSFR = nullptr;
-    QLineEdit* PLLCONSFR = nullptr;
-
-    QLabel* Label27 = nullptr;
-    QLabel* Label29 = nullptr;
-    QLabel* Label30 = nullptr;
-    QLabel* Label31 = nullptr;
-    QLabel* Label32 = nullptr;
-
+    // Edit handlers: each rewrites its box to the canonical text.
     void PWMCONSFR_Change();
     void PWM0HSFR_Change();
     void PWM0LSFR_Change();
@@ -85,18 +67,16 @@ signals:
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    bool event(QEvent* event) override;
 
 private:
     void buildBoxes();
     void connectHandlers();
-    bool inCaption(const QPointF& position) const;
 
+    std::unique_ptr<Boxes> boxes_;
     FrameHeights heights_;
     double height_;
     QWidget* content_ = nullptr;
-    bool pressedInCaption_ = false;
+    bool pressed_ = false;
 };
 
 }  // namespace kelp::link

@@ -40,4 +40,32 @@ uint16_t registerWord(std::string_view text) {
     return static_cast<uint16_t>(v);
 }
 
+std::string WordBytes(std::string_view text) {
+    const uint16_t v = registerWord(Verify16bitSFR(text));
+    return {static_cast<char>(v / 256), static_cast<char>(v % 256)};
+}
+
+std::string RegisterBlock(const RegisterTexts& r) {
+    const auto byte8 = [](const std::string& t) {
+        return static_cast<char>(registerByte(Verify8bitSFR(t)));
+    };
+    const auto byte1 = [](const std::string& t) {
+        return static_cast<char>(registerByte(Verify1bitSFR(t)));
+    };
+    std::string m;
+    m += byte8(r.TCON);
+    m += byte8(r.TMOD);
+    m += WordBytes(r.T0);
+    m += WordBytes(r.T1);
+    for (const std::string* box :
+         {&r.TIMECON, &r.PWMCON, &r.PWM0H, &r.PWM0L, &r.PWM1H, &r.PWM1L, &r.P0})
+        m += byte8(*box);
+    m += byte1(r.P1_0);
+    m += byte1(r.P1_1);
+    m += byte8(r.P2);
+    // P3.0 and P3.1 carry the firmware's serial link and must stay inputs.
+    m += static_cast<char>(registerByte(Verify8bitSFR(r.P3)) | 0x03);
+    return m;
+}
+
 }  // namespace kelp::link

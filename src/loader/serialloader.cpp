@@ -1,57 +1,50 @@
 #include "loader/serialloader.h"
 
+#include "link/link.h"
 #include "loader/frames.h"
 #include "loader/hexfile.h"
-#include "platform/eventqueue.h"
 #include "platform/progress.h"
-#include "platform/serialport.h"
-#include "platform/ticktimer.h"
-#include "shell/programstate.h"
 
 namespace kelp::loader {
 
-SerialLoader::SerialLoader(shell::SharedDevices& devices, shell::ProgramState& state,
-                           platform::ProgressIndicator& progress)
-    : devices_(devices), state_(state), progress_(progress) {}
+namespace {
 
-void SerialLoader::discardInput() { devices_.MSComm1.readAll(); }
-
-void SerialLoader::send(const std::string& block) {
-    state_.TxBuffer = block;
-    devices_.MSComm1.write(state_.TxBuffer);
+// Characters counted from 1; a missing character gives the empty text.
+std::string charAt(const std::string& s, size_t position) {
+    return position >= 1 && position <= s.size() ? s.substr(position - 1, 1) : std::string();
 }
 
+}  // namespace
+
+std::string modelNameFromReply(const std::string& reply) {
+    return "Zylo5" + charAt(reply, 6) + charAt(reply, 7);
+}
+
+std::string versionFromReply(const std::string& loaderReply) {
+    return charAt(loaderReply, 12) + "." + charAt(loaderReply, 13);
+}
+
+SerialLoader::SerialLoader(link::Link& link, LoaderState& state,
+                           platform::ProgressIndicator& progress)
+    : link_(link), state_(state), progress_(progress) {}
+
 bool SerialLoader::WaitForBytes(int timeoutMs, int count) {
-    state_.TimerElapsed = false;
-    bool result = false;
-    devices_.Timer1.setInterval(timeoutMs);
-    devices_.Timer1.enable();
-    while (!state_.TimerElapsed) {
-        devices_.events.waitForEvent();
-        if (devices_.events.closing() || devices_.MSComm1.failed()) break;
-        if (devices_.MSComm1.bytesWaiting() == count) {
-            state_.TimerElapsed = true;
-            result = true;
-        }
-    }
-    devices_.Timer1.disable();
-    state_.TimerElapsed = false;
-    return result;
+    return link_.waitForBytes(link::Count::Exactly, count, timeoutMs) == link::WaitResult::Ready;
 }
 
 bool SerialLoader::acknowledgedRequest(const std::string& frame) {
-    discardInput();
-    send(frame);
+    link_.discardInput();
+    link_.send(frame);
     if (!WaitForBytes(kTimeoutMs, 1)) return false;
-    const std::string answer = devices_.MSComm1.readAll();
+    const std::string answer = link_.readAll();
     return !answer.empty() && answer[0] == kAcknowledge;
 }
 
 bool SerialLoader::ResetDevice() {
-    discardInput();
-    send(kResetSequence);
+    link_.discardInput();
+    link_.send(kResetSequence);
     if (!WaitForBytes(kTimeoutMs, kIdentificationLength)) return false;
-    const std::string reply = devices_.MSComm1.readAll();
+    const std::string reply = link_.readAll();
     state_.LoaderReply = reply.substr(0, 14);
     state_.ModelName = state_.LoaderReply.substr(0, 7);
     return true;
@@ -80,7 +73,7 @@ bool SerialLoader::DownloadCode(const std::string& path) {
             state_.DownloadOk = frame && acknowledgedRequest(*frame);
         }
         progress_.setValue(++counter);
-        if (devices_.events.closing()) {
+        if (link_.closing()) {
             state_.DownloadOk = false;
             break;
         }

@@ -1,23 +1,35 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace kelp::platform {
 class ProgressIndicator;
 }
-namespace kelp::shell {
-struct ProgramState;
-struct SharedDevices;
-}  // namespace kelp::shell
+namespace kelp::link {
+class Link;
+}
 
 namespace kelp::loader {
+
+// What the loader writes and the rest of the program reads: the chip's model and reply.
+struct LoaderState {
+    std::string ModelName;
+    std::string LoaderReply;  // first 14 characters of the identification
+    bool DownloadOk = false;
+    int16_t HexSizeLimit = 0;
+};
+
+// "Zylo5" followed by characters 6 and 7 of a loader reply or model field.
+std::string modelNameFromReply(const std::string& reply);
+// Character 12, ".", character 13 of the loader reply.
+std::string versionFromReply(const std::string& loaderReply);
 
 // The chip's serial loader, driven one request and one timed answer at a time over the
 // shared port. Every operation leaves the port open; the caller closes it.
 class SerialLoader {
 public:
-    SerialLoader(shell::SharedDevices& devices, shell::ProgramState& state,
-                 platform::ProgressIndicator& progress);
+    SerialLoader(link::Link& link, LoaderState& state, platform::ProgressIndicator& progress);
 
     bool ResetDevice();
     bool EraseCode();
@@ -32,12 +44,10 @@ public:
     static constexpr int kTimeoutMs = 500;
 
 private:
-    void discardInput();
-    void send(const std::string& block);
     bool acknowledgedRequest(const std::string& frame);
 
-    shell::SharedDevices& devices_;
-    shell::ProgramState& state_;
+    link::Link& link_;
+    LoaderState& state_;
     platform::ProgressIndicator& progress_;
 };
 

@@ -25,35 +25,19 @@ void QtSerialPort::setPortName(const std::string& device) {
 
 std::string QtSerialPort::portName() const { return device_; }
 
-void QtSerialPort::setSettings(const std::string& settings) {
+void QtSerialPort::setLineSettings(const LineSettings& settings) {
     settings_ = settings;
     if (port_.isOpen()) applySettings();
 }
 
-std::string QtSerialPort::settings() const { return settings_; }
-
 void QtSerialPort::applySettings() {
-    LineSettings ls = parseLineSettings(settings_).value_or(LineSettings{});
-    port_.setBaudRate(ls.baud);
-    port_.setDataBits(static_cast<QSerialPort::DataBits>(ls.dataBits));
-    port_.setStopBits(ls.stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
-    switch (ls.parity) {
-        case 'E':
-            port_.setParity(QSerialPort::EvenParity);
-            break;
-        case 'O':
-            port_.setParity(QSerialPort::OddParity);
-            break;
-        case 'M':
-            port_.setParity(QSerialPort::MarkParity);
-            break;
-        case 'S':
-            port_.setParity(QSerialPort::SpaceParity);
-            break;
-        default:
-            port_.setParity(QSerialPort::NoParity);
-            break;
-    }
+    static constexpr QSerialPort::Parity kParity[] = {
+        QSerialPort::NoParity, QSerialPort::EvenParity, QSerialPort::OddParity,
+        QSerialPort::MarkParity, QSerialPort::SpaceParity};
+    port_.setBaudRate(settings_.baud);
+    port_.setDataBits(static_cast<QSerialPort::DataBits>(settings_.dataBits));
+    port_.setStopBits(settings_.stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
+    port_.setParity(kParity[static_cast<int>(settings_.parity)]);
     port_.setFlowControl(QSerialPort::NoFlowControl);
 }
 

@@ -17,8 +17,8 @@ public:
 
     void setPortName(const std::string& device) override;
     std::string portName() const override;
-    void setSettings(const std::string& settings) override;
-    std::string settings() const override;
+    void setLineSettings(const LineSettings& settings) override;
+    LineSettings lineSettings() const override { return settings_; }
     OpenError open() override;
     bool isOpen() const override;
     void close() override;
@@ -32,7 +32,7 @@ private:
 
     QSerialPort port_;
     std::string device_;
-    std::string settings_ = "9600,N,8,1";
+    LineSettings settings_;
     mutable bool failed_ = false;
 };
 

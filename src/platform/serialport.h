@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "platform/serialsettings.h"
+
 namespace kelp::platform {
 
 enum class OpenError { None, AlreadyOpen, Busy, NotFound, PermissionDenied, Other };
@@ -14,9 +16,9 @@ public:
     // Device path, for example /dev/ttyS0 or /dev/pts/7.
     virtual void setPortName(const std::string& device) = 0;
     virtual std::string portName() const = 0;
-    // Line settings such as "9600,N,8,1"; applied at once when the port is open.
-    virtual void setSettings(const std::string& settings) = 0;
-    virtual std::string settings() const = 0;
+    // Applied at once when the port is open, otherwise at the next open.
+    virtual void setLineSettings(const LineSettings& settings) = 0;
+    virtual LineSettings lineSettings() const = 0;
 
     virtual OpenError open() = 0;
     virtual bool isOpen() const = 0;

@@ -12,20 +12,6 @@ namespace {
 
 int position(int p, int highest) { return std::clamp(p, 0, highest); }
 
-uint8_t byteOf8bit(const std::string& text) {
-    return link::registerByte(link::Verify8bitSFR(text));
-}
-
-uint8_t byteOf1bit(const std::string& text) {
-    return link::registerByte(link::Verify1bitSFR(text));
-}
-
-void appendWord(std::string& out, const std::string& text) {
-    const uint16_t v = link::registerWord(link::Verify16bitSFR(text));
-    out += static_cast<char>(v / 256);
-    out += static_cast<char>(v % 256);
-}
-
 }  // namespace
 
 uint8_t AdcControl1(std::string_view model, const AdcSettings& adc) {
@@ -49,7 +35,6 @@ uint8_t DacControl(const DacSettings& dac) {
 }
 
 std::string ConfigurationMessage(const SarConfiguration& c) {
-    const RegisterTexts& r = c.registers;
     std::string m;
     m.reserve(kConfigurationMessageLength);
     m += 'C';
@@ -57,21 +42,9 @@ std::string ConfigurationMessage(const SarConfiguration& c) {
     m += static_cast<char>(ChannelByte(c.channel));
     m += '\0';
     m += static_cast<char>(DacControl(c.dac));
-    appendWord(m, c.dac0Data);
-    appendWord(m, c.dac1Data);
-    m += static_cast<char>(byteOf8bit(r.TCON));
-    m += static_cast<char>(byteOf8bit(r.TMOD));
-    appendWord(m, r.T0);
-    appendWord(m, r.T1);
-    for (const std::string* box :
-         {&r.TIMECON, &r.PWMCON, &r.PWM0H, &r.PWM0L, &r.PWM1H, &r.PWM1L, &r.P0}) {
-        m += static_cast<char>(byteOf8bit(*box));
-    }
-    m += static_cast<char>(byteOf1bit(r.P1_0));
-    m += static_cast<char>(byteOf1bit(r.P1_1));
-    m += static_cast<char>(byteOf8bit(r.P2));
-    // P3.0 and P3.1 carry the firmware's serial link and must stay inputs.
-    m += static_cast<char>(byteOf8bit(r.P3) | 0x03);
+    m += link::WordBytes(c.dac0Data);
+    m += link::WordBytes(c.dac1Data);
+    m += link::RegisterBlock(c.registers);
     return m;
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "link/registerrules.h"
+
 namespace kelp::sar {
 
 // List positions are counted from 0; a list with no selection (-1) counts as position 0.
@@ -22,26 +24,6 @@ struct DacSettings {
     int dac1Range = 0;
 };
 
-// The texts of the register boxes that the configuration carries (the UART group is never
-// sent). Named after the registers.
-struct RegisterTexts {
-    std::string TCON = "00";
-    std::string TMOD = "00";
-    std::string T0 = "0000";
-    std::string T1 = "0000";
-    std::string TIMECON = "00";
-    std::string PWMCON = "00";
-    std::string PWM0H = "00";
-    std::string PWM0L = "00";
-    std::string PWM1H = "00";
-    std::string PWM1L = "00";
-    std::string P0 = "FF";
-    std::string P1_0 = "1";
-    std::string P1_1 = "1";
-    std::string P2 = "FF";
-    std::string P3 = "FF";
-};
-
 // Everything a run reads from the window to build its configuration message.
 struct SarConfiguration {
     std::string model;
@@ -50,7 +32,7 @@ struct SarConfiguration {
     DacSettings dac;
     std::string dac0Data = "0";
     std::string dac1Data = "0";
-    RegisterTexts registers;
+    link::RegisterTexts registers;
 };
 
 inline constexpr size_t kConfigurationMessageLength = 26;

@@ -1,11 +1,10 @@
 #include "sar/sarrun.h"
 
+#include "link/link.h"
 #include "link/targetport.h"
-#include "platform/eventqueue.h"
-#include "platform/messages.h"
 #include "platform/serialport.h"
-#include "platform/ticktimer.h"
-#include "shell/programstate.h"
+#include "platform/trace.h"
+#include "sar/sarpacket.h"
 
 namespace kelp::sar {
 
@@ -16,178 +15,96 @@ const std::string kStopCommand = "S";
 
 }  // namespace
 
-std::string SilentTargetMessage(int samples) {
-    return "The target stopped answering after " + std::to_string(samples) +
-           " samples.\r\nCheck that the board is powered and connected, then press Run again.";
-}
+SarRun::SarRun(link::Link& link, link::RunState& run, SarResults& results, SarRunView& view)
+    : link_(link), run_(run), results_(results), view_(view) {}
 
-std::string FailedPortMessage(int samples) {
-    return "The serial port stopped working after " + std::to_string(samples) +
-           " samples.\r\nCheck the cable and the port, then press Run again.";
-}
-
-SarRun::SarRun(shell::ProgramState& state, shell::SharedDevices& devices,
-               platform::MessageSink& messages, SarRunView& view)
-    : state_(state), devices_(devices), messages_(messages), view_(view) {}
-
-void SarRun::requestStop() { state_.StopRequested = true; }
-
-void SarRun::send(const std::string& block) {
-    state_.TxBuffer = block;
-    devices_.MSComm1.write(state_.TxBuffer);
-}
-
-void SarRun::arm(int milliseconds) {
-    devices_.Timer1.disable();
-    state_.TimerElapsed = false;
-    devices_.Timer1.setInterval(milliseconds);
-    devices_.Timer1.enable();
-}
-
-void SarRun::disarm() {
-    devices_.Timer1.disable();
-    state_.TimerElapsed = false;
-}
-
-bool SarRun::settle() {
-    arm(kSettleMs);
-    while (!state_.TimerElapsed && !devices_.events.closing()) devices_.events.waitForEvent();
-    disarm();
-    return !devices_.events.closing();
-}
-
-SarRun::Wait SarRun::awaitPacket() {
-    platform::SerialPort& port = devices_.MSComm1;
-    int seen = port.bytesWaiting();
-    arm(kSilenceLimitMs);
-    Wait result;
-    for (;;) {
-        if (devices_.events.closing()) {
-            result = Wait::Closing;
-            break;
-        }
-        const int waiting = port.bytesWaiting();
-        if (waiting >= kPacketLength) {
-            result = Wait::Ready;
-            break;
-        }
-        if (port.failed()) {
-            result = Wait::PortFailed;
-            break;
-        }
-        if (waiting > seen) {
-            // Still talking: the silence limit counts from the last byte.
-            seen = waiting;
-            arm(kSilenceLimitMs);
-        } else if (state_.TimerElapsed) {
-            result = Wait::TimedOut;
-            break;
-        }
-        devices_.events.waitForEvent();
-    }
-    disarm();
-    return result;
-}
+void SarRun::requestStop() { run_.StopRequested = true; }
 
 void SarRun::refreshLabels() {
-    view_.setAxisLabels(AxisLabelTexts(view_.lowerBound(), view_.upperBound()));
+    platform::Trace& t = view_.trace();
+    const AxisLabels labels = AxisLabelTexts(t.lowerBound(), t.upperBound());
+    t.setLabels(labels.upper, labels.middle, labels.lower);
 }
 
 void SarRun::takePacket(std::string_view text) {
     const PacketSlots slots = ParsePacket(text);
-    const int base = state_.SampleCount;
+    const int base = run_.SampleCount;
+    platform::Trace& t = view_.trace();
     for (int j = 0; j < kSamplesPerPacket; ++j) {
         const auto& slot = slots[static_cast<size_t>(j)];
         const size_t index = static_cast<size_t>(base + j + 1);
-        if (!slot || index >= state_.SampleBuffer.size()) continue;
+        if (!slot || index >= results_.SampleBuffer.size()) continue;
         const auto code = static_cast<int16_t>(*slot);
-        state_.SampleBuffer[index] = code;
-        if (code > state_.MaxCode) {
-            state_.MaxCode = code;
-            view_.setUpperBound(code + 1.0);
+        results_.SampleBuffer[index] = code;
+        if (code > results_.MaxCode) {
+            results_.MaxCode = code;
+            t.setUpperBound(code + 1.0);
             refreshLabels();
         }
-        if (code < state_.MinCode) {
-            state_.MinCode = code;
-            view_.setLowerBound(code - 1.0);
+        if (code < results_.MinCode) {
+            results_.MinCode = code;
+            t.setLowerBound(code - 1.0);
             refreshLabels();
         }
-        view_.appendPoint(code);
+        t.append(code);
     }
 }
 
-void SarRun::abort() {
-    disarm();
-    devices_.MSComm1.close();
+link::RunResult SarRun::abort() {
+    link_.disarm();
+    link_.port().close();
+    return {link::RunOutcome::Aborted, run_.SampleCount};
 }
 
-RunOutcome SarRun::execute() {
-    platform::SerialPort& port = devices_.MSComm1;
+link::RunResult SarRun::execute() {
+    using link::RunOutcome;
+    using link::WaitResult;
     const SarConfiguration config = view_.configuration();
+    if (!link::OpenTargetPort(link_.port())) return {RunOutcome::PortBusy, run_.SampleCount};
 
-    if (!link::OpenTargetPort(port)) {
-        messages_.warning(std::string(link::kPortBusyText), "Warning");
-        return RunOutcome::PortBusy;
-    }
-
-    const std::string message = ConfigurationMessage(config);
-    port.readAll();
-    send(message);
+    link_.discardInput();
+    link_.send(ConfigurationMessage(config));
     // The firmware does not acknowledge the configuration; give it time to apply it.
-    if (!settle()) {
-        abort();
-        return RunOutcome::Aborted;
-    }
+    if (link_.pause(kSettleMs) == WaitResult::Closing) return abort();
 
     view_.showSampling(true);
     const int requested = RequestedSamples(view_.numSamplesText());
-    state_.MaxCode = 0;
-    state_.MinCode = 4096;
-    view_.clearChart();
-    state_.StopRequested = false;
-    state_.SampleCount = 0;
+    results_.MaxCode = 0;
+    results_.MinCode = 4096;
+    view_.trace().clear();
+    run_.StopRequested = false;
+    run_.SampleCount = 0;
 
     RunOutcome outcome = RunOutcome::Completed;
-    while (!state_.StopRequested && state_.SampleCount < requested) {
-        port.readAll();
-        send(kRequestPacket);
-        devices_.events.processPending();
-        const Wait wait = awaitPacket();
-        if (wait == Wait::Closing) {
-            abort();
-            return RunOutcome::Aborted;
-        }
-        if (wait == Wait::TimedOut) {
+    while (!run_.StopRequested && run_.SampleCount < requested) {
+        link_.discardInput();
+        link_.send(kRequestPacket);
+        link_.yield();
+        const WaitResult wait =
+            link_.waitForBytes(link::Count::AtLeast, kPacketLength, kSilenceLimitMs, true);
+        if (wait == WaitResult::Closing) return abort();
+        if (wait == WaitResult::TimedOut) {
             outcome = RunOutcome::TargetSilent;
             break;
         }
-        if (wait == Wait::PortFailed) {
+        if (wait == WaitResult::PortFailed) {
             outcome = RunOutcome::PortFailed;
             break;
         }
         // A longer reply is out of step with the records; its slots keep their old contents.
-        if (port.bytesWaiting() == kPacketLength) takePacket(port.readAll());
-        state_.SampleCount = static_cast<int16_t>(state_.SampleCount + kSamplesPerPacket);
-        view_.setExtent(state_.SampleCount);
+        if (link_.bytesWaiting() == kPacketLength) takePacket(link_.readAll());
+        run_.SampleCount = static_cast<int16_t>(run_.SampleCount + kSamplesPerPacket);
+        view_.trace().setExtent(run_.SampleCount);
     }
-    if (outcome == RunOutcome::Completed && state_.SampleCount < requested)
+    if (outcome == RunOutcome::Completed && run_.SampleCount < requested)
         outcome = RunOutcome::Stopped;
 
-    port.readAll();
-    send(kStopCommand);
+    link_.discardInput();
+    link_.send(kStopCommand);
     view_.showSampling(false);
-    if (outcome == RunOutcome::TargetSilent)
-        messages_.warning(SilentTargetMessage(state_.SampleCount), "Warning");
-    if (outcome == RunOutcome::PortFailed)
-        messages_.warning(FailedPortMessage(state_.SampleCount), "Warning");
-    // The program may have begun to close while the message was up.
-    if (devices_.events.closing()) {
-        abort();
-        return RunOutcome::Aborted;
-    }
     view_.openAnalysis();
-    port.close();
-    return outcome;
+    link_.port().close();
+    return {outcome, run_.SampleCount};
 }
 
 }  // namespace kelp::sar

@@ -1,20 +1,28 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "link/runstate.h"
 #include "sar/sarconfig.h"
-#include "sar/sarpacket.h"
 
 namespace kelp::platform {
-class MessageSink;
+class Trace;
 }
-namespace kelp::shell {
-struct ProgramState;
-struct SharedDevices;
-}  // namespace kelp::shell
+namespace kelp::link {
+class Link;
+}
 
 namespace kelp::sar {
+
+// Results of the last SAR run; sample k at index k, index 0 never written.
+struct SarResults {
+    std::array<int16_t, 10001> SampleBuffer{};
+    int16_t MaxCode = 0;
+    int16_t MinCode = 0;
+};
 
 // What a run needs from its window. The run never calls it once the program is closing.
 class SarRunView {
@@ -24,34 +32,14 @@ public:
     virtual SarConfiguration configuration() const = 0;
     // NumSamples' text, read when sampling starts.
     virtual std::string numSamplesText() const = 0;
-
-    virtual void clearChart() = 0;
-    virtual void appendPoint(double code) = 0;
-    virtual double lowerBound() const = 0;
-    virtual double upperBound() const = 0;
-    virtual void setLowerBound(double value) = 0;
-    virtual void setUpperBound(double value) = 0;
-    // The horizontal axis spans the samples received so far.
-    virtual void setExtent(int samples) = 0;
-    virtual void setAxisLabels(const AxisLabels& labels) = 0;
-
+    virtual platform::Trace& trace() = 0;
     // True: Stop shown in Run's place; false: Run shown.
     virtual void showSampling(bool sampling) = 0;
-    // Shows the analysis window over the results and analyses them.
+    // Shows the analysis window over the results and analyses them, before the port closes.
     virtual void openAnalysis() = 0;
 };
 
-enum class RunOutcome {
-    PortBusy,      // the port could not be opened; nothing sent
-    Completed,     // the requested count was reached
-    Stopped,       // Stop ended it early
-    TargetSilent,  // no byte for the silence limit; ended with what had come
-    PortFailed,    // the port failed during the run; ended with what had come
-    Aborted,       // the program is closing; ended at once, nothing more sent or shown
-};
-
-// The acquisition run of SAR_KELP, talking to the target only through the shared devices.
-// Timer1's tick must set state.TimerElapsed (the composition root wires that).
+// The acquisition run of SAR_KELP. Shows no message: the result says how it ended.
 class SarRun {
 public:
     static constexpr int kSettleMs = 100;
@@ -59,35 +47,23 @@ public:
     // has stopped answering.
     static constexpr int kSilenceLimitMs = 2000;
 
-    SarRun(shell::ProgramState& state, shell::SharedDevices& devices,
-           platform::MessageSink& messages, SarRunView& view);
+    SarRun(link::Link& link, link::RunState& run, SarResults& results, SarRunView& view);
 
     // RunButton_Click. Re-entrant in the one way that can happen (a second click during the
-    // settling wait): that call finds the port open, says so and returns PortBusy.
-    RunOutcome execute();
+    // settling wait): that call finds the port open and returns PortBusy.
+    link::RunResult execute();
     // StopButton_Click: taken in at the run's next yield; the packet in progress completes.
     void requestStop();
 
 private:
-    enum class Wait { Ready, TimedOut, PortFailed, Closing };
-
-    void send(const std::string& block);
-    void arm(int milliseconds);
-    void disarm();
-    bool settle();
-    Wait awaitPacket();
     void takePacket(std::string_view text);
     void refreshLabels();
-    void abort();
+    link::RunResult abort();
 
-    shell::ProgramState& state_;
-    shell::SharedDevices& devices_;
-    platform::MessageSink& messages_;
+    link::Link& link_;
+    link::RunState& run_;
+    SarResults& results_;
     SarRunView& view_;
 };
-
-// The texts the user sees when a run ends early because of the target or the port.
-std::string SilentTargetMessage(int samples);
-std::string FailedPortMessage(int samples);
 
 }  // namespace kelp::sar

@@ -2,9 +2,7 @@
 
 #include <QAction>
 #include <QCheckBox>
-#include <QCloseEvent>
 #include <QComboBox>
-#include <QFocusEvent>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -17,17 +15,17 @@
 #include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <map>
 
-#include "analysis/saranalysiswindow.h"
 #include "analysis/sarrunsettings.h"
+#include "link/controls.h"
+#include "link/link.h"
 #include "link/registerpanel.h"
 #include "link/registerrules.h"
-#include "platform/serialport.h"
-#include "platform/stripchart.h"
+#include "platform/chartpanel.h"
 #include "sar/sarconfig.h"
 #include "sar/sarrun.h"
 #include "sar/sarsetup.h"
-#include "shell/programstate.h"
 
 namespace kelp::sar {
 
@@ -37,26 +35,19 @@ namespace {
 constexpr link::FrameHeights kDigitalFrameHeights{35, 417.753, 31};
 constexpr int kNumSamplesDefault = 2;  // "4000"
 constexpr int kSettingsColumnWidth = 430;
+constexpr const char* kFirmwareLinkSettings = "57600,N,8,1";
 
 QString qs(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-void fill(QComboBox* list, std::span<const std::string_view> entries) {
-    for (std::string_view e : entries) list->addItem(qs(e));
+QStringList entries(std::span<const std::string_view> list) {
+    QStringList out;
+    for (std::string_view e : list) out << qs(e);
+    return out;
 }
 
 std::string text(const QLineEdit* box) { return box->text().toStdString(); }
-
-QLabel* makeLabel(QWidget* parent, const char* name, const char* caption, QWidget* buddy) {
-    auto* label = new QLabel(QString::fromLatin1(caption), parent);
-    label->setObjectName(QString::fromLatin1(name));
-    if (buddy) {
-        label->setBuddy(buddy);
-        buddy->setAccessibleName(label->text());
-    }
-    return label;
-}
 
 template <typename W>
 W* make(QWidget* parent, const char* name) {
@@ -65,7 +56,49 @@ W* make(QWidget* parent, const char* name) {
     return w;
 }
 
+QLabel* makeLabel(QWidget* parent, const char* name, const char* caption, QWidget* buddy) {
+    auto* label = make<QLabel>(parent, name);
+    label->setText(QString::fromLatin1(caption));
+    label->setBuddy(buddy);
+    buddy->setAccessibleName(label->text());
+    return label;
+}
+
 }  // namespace
+
+struct SarWindow::Ui {
+    link::Link& link;
+    link::RunState& run;
+    SarResults& results;
+    std::string model;
+
+    QGroupBox* ADC = nullptr;
+    QCheckBox* ADCButton = nullptr;
+    QComboBox* ADCChan = nullptr;
+    QComboBox* ADCRef = nullptr;
+    QLineEdit* VrefTextbox = nullptr;
+    QLineEdit* MasterClockTextbox = nullptr;
+    QComboBox* ConvTime = nullptr;
+    QComboBox* AcqTime = nullptr;
+    QLineEdit* ConversionTimeTextbox = nullptr;
+    QLineEdit* SampFreqTextbox = nullptr;
+
+    QGroupBox* DAC = nullptr;
+    QCheckBox* DAC0Button = nullptr;
+    QComboBox* DAC0Range = nullptr;
+    QLineEdit* DAC0Data = nullptr;
+    QCheckBox* DAC1Button = nullptr;
+    QComboBox* DAC1Range = nullptr;
+    QLineEdit* DAC1Data = nullptr;
+
+    link::RegisterPanel* DigitalFrame = nullptr;
+    QComboBox* NumSamples = nullptr;
+    platform::ChartPanel* Graph = nullptr;
+    QScrollArea* leftColumn = nullptr;
+
+    std::map<QComboBox*, void (SarWindow::*)()> listReactions;
+    std::unique_ptr<SarRun> runner;
+};
 
 // The window as the run sees it.
 class SarWindow::RunView final : public SarRunView {
@@ -73,68 +106,40 @@ public:
     explicit RunView(SarWindow& w) : w_(w) {}
 
     SarConfiguration configuration() const override {
+        const Ui& u = *w_.ui_;
         SarConfiguration c;
-        c.model = w_.state_.ModelName;
-        c.adc.adcOn = w_.ADCButton->isChecked();
-        c.adc.reference = w_.ADCRef->currentIndex();
-        c.adc.convTime = w_.ConvTime->currentIndex();
-        c.adc.acqTime = w_.AcqTime->currentIndex();
-        c.channel = w_.ADCChan->currentIndex();
-        c.dac.dac0On = w_.DAC0Button->isChecked();
-        c.dac.dac0Range = w_.DAC0Range->currentIndex();
-        c.dac.dac1On = w_.DAC1Button->isChecked();
-        c.dac.dac1Range = w_.DAC1Range->currentIndex();
-        c.dac0Data = text(w_.DAC0Data);
-        c.dac1Data = text(w_.DAC1Data);
-        const link::RegisterPanel& p = *w_.DigitalFrame;
-        RegisterTexts& r = c.registers;
-        r.TCON = text(p.TCONSFR);
-        r.TMOD = text(p.TMODSFR);
-        r.T0 = text(p.T0SFR);
-        r.T1 = text(p.T1SFR);
-        r.TIMECON = text(p.TIMECONSFR);
-        r.PWMCON = text(p.PWMCONSFR);
-        r.PWM0H = text(p.PWM0HSFR);
-        r.PWM0L = text(p.PWM0LSFR);
-        r.PWM1H = text(p.PWM1HSFR);
-        r.PWM1L = text(p.PWM1LSFR);
-        r.P0 = text(p.P0SFR);
-        r.P1_0 = text(p.P1_0SFR);
-        r.P1_1 = text(p.P1_1SFR);
-        r.P2 = text(p.P2SFR);
-        r.P3 = text(p.P3SFR);
+        c.model = u.model;
+        c.adc.adcOn = u.ADCButton->isChecked();
+        c.adc.reference = u.ADCRef->currentIndex();
+        c.adc.convTime = u.ConvTime->currentIndex();
+        c.adc.acqTime = u.AcqTime->currentIndex();
+        c.channel = u.ADCChan->currentIndex();
+        c.dac.dac0On = u.DAC0Button->isChecked();
+        c.dac.dac0Range = u.DAC0Range->currentIndex();
+        c.dac.dac1On = u.DAC1Button->isChecked();
+        c.dac.dac1Range = u.DAC1Range->currentIndex();
+        c.dac0Data = text(u.DAC0Data);
+        c.dac1Data = text(u.DAC1Data);
+        c.registers = u.DigitalFrame->texts();
         return c;
     }
     std::string numSamplesText() const override {
-        return w_.NumSamples->currentText().toStdString();
+        return w_.ui_->NumSamples->currentText().toStdString();
     }
-    void clearChart() override { w_.Graph->clear(); }
-    void appendPoint(double code) override { w_.Graph->appendPoint(code); }
-    double lowerBound() const override { return w_.Graph->lowerBound(); }
-    double upperBound() const override { return w_.Graph->upperBound(); }
-    void setLowerBound(double value) override { w_.Graph->setLowerBound(value); }
-    void setUpperBound(double value) override { w_.Graph->setUpperBound(value); }
-    void setExtent(int samples) override { w_.Graph->setExtent(samples); }
-    void setAxisLabels(const AxisLabels& labels) override {
-        w_.GraphMaxLabel->setText(qs(labels.upper));
-        w_.GraphMidLabel->setText(qs(labels.middle));
-        w_.GraphMinLabel->setText(qs(labels.lower));
-    }
-    void showSampling(bool sampling) override {
-        w_.RunButton->setVisible(!sampling);
-        w_.StopButton->setVisible(sampling);
-    }
-    void openAnalysis() override { w_.openAnalysis(); }
+    platform::Trace& trace() override { return *w_.ui_->Graph; }
+    void showSampling(bool sampling) override { w_.showSampling(sampling); }
+    void openAnalysis() override { emit w_.analysisRequested(); }
 
 private:
     SarWindow& w_;
 };
 
-SarWindow::SarWindow(shell::ProgramState& state, shell::SharedDevices& devices,
+SarWindow::SarWindow(link::Link& link, link::RunState& run, SarResults& results,
                      platform::MessageSink& messages, QWidget* parent)
-    : QMainWindow(parent), state_(state), devices_(devices) {
+    : EvaluationWindow(messages, parent), ui_(new Ui{link, run, results, {}}) {
     setObjectName(QStringLiteral("SAR_KELP"));
     setWindowTitle(QStringLiteral("KELP - SAR ADC"));
+    Ui& u = *ui_;
 
     auto* central = new QWidget(this);
     auto* columns = new QHBoxLayout(central);
@@ -145,411 +150,321 @@ SarWindow::SarWindow(shell::ProgramState& state, shell::SharedDevices& devices,
     auto* leftLayout = new QVBoxLayout(left);
     leftLayout->setContentsMargins(0, 0, 0, 0);
     leftLayout->setSpacing(8);
-    leftLayout->addWidget(buildAdcFrame());
-    leftLayout->addWidget(buildDacFrame());
-    DigitalFrame = new link::RegisterPanel(kDigitalFrameHeights, left);
-    DigitalFrame->SCONSFR->setText(QStringLiteral("52"));
-    DigitalFrame->T2CONSFR->setText(QStringLiteral("34"));
-    DigitalFrame->RCAP2HSFR->setText(QStringLiteral("FF"));
-    DigitalFrame->RCAP2LSFR->setText(qs(kDesignRcap2l));
-    DigitalFrame->PLLCONSFR->setText(QStringLiteral("00"));
-    leftLayout->addWidget(DigitalFrame);
+    buildAdcFrame();
+    buildDacFrame();
+    leftLayout->addWidget(u.ADC);
+    leftLayout->addWidget(u.DAC);
+    u.DigitalFrame = new link::RegisterPanel(kDigitalFrameHeights, left);
+    const std::pair<const char*, std::string_view> uart[] = {
+        {"SCONSFR", "52"}, {"T2CONSFR", "34"}, {"RCAP2HSFR", "FF"},
+        {"RCAP2LSFR", kDesignRcap2l}, {"PLLCONSFR", "00"}};
+    for (const auto& [name, start] : uart) u.DigitalFrame->box(name)->setText(qs(start));
+    leftLayout->addWidget(u.DigitalFrame);
     leftLayout->addStretch(1);
 
     // The expanded register panel is taller than the window; the column scrolls then.
-    leftColumn_ = new QScrollArea(central);
-    leftColumn_->setObjectName(QStringLiteral("SettingsColumn"));
-    leftColumn_->setWidget(left);
-    leftColumn_->setWidgetResizable(true);
-    leftColumn_->setFrameShape(QFrame::NoFrame);
-    leftColumn_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    u.leftColumn = new QScrollArea(central);
+    u.leftColumn->setObjectName(QStringLiteral("SettingsColumn"));
+    u.leftColumn->setWidget(left);
+    u.leftColumn->setWidgetResizable(true);
+    u.leftColumn->setFrameShape(QFrame::NoFrame);
+    u.leftColumn->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     // A fixed column leaves the rest of the width to the chart; room is kept for the bar.
     const int columnWidth = std::max(kSettingsColumnWidth, left->minimumSizeHint().width());
-    leftColumn_->setFixedWidth(columnWidth + leftColumn_->verticalScrollBar()->sizeHint().width());
-    columns->addWidget(leftColumn_, 0);
+    u.leftColumn->setFixedWidth(columnWidth +
+                                u.leftColumn->verticalScrollBar()->sizeHint().width());
+    columns->addWidget(u.leftColumn, 0);
     columns->addWidget(buildChartPanel(), 1);
     setCentralWidget(central);
 
-    buildMenus();
+    makeFileMenu();
+    buildHelpMenu();
     view_ = std::make_unique<RunView>(*this);
-    run_ = std::make_unique<SarRun>(state_, devices_, messages, *view_);
+    u.runner = std::make_unique<SarRun>(link, run, results, *view_);
     connectHandlers();
-    StopButton->hide();
     resize(1100, 720);
 }
 
 SarWindow::~SarWindow() = default;
 
-QWidget* SarWindow::buildAdcFrame() {
-    ADC = new QGroupBox(QStringLiteral("ADC"));
-    ADC->setObjectName(QStringLiteral("ADC"));
-    auto* grid = new QGridLayout(ADC);
+void SarWindow::buildAdcFrame() {
+    Ui& u = *ui_;
+    u.ADC = new QGroupBox(QStringLiteral("ADC"));
+    u.ADC->setObjectName(QStringLiteral("ADC"));
+    auto* grid = new QGridLayout(u.ADC);
     grid->setColumnStretch(1, 1);
     grid->setVerticalSpacing(6);
 
-    ADCButton = make<QCheckBox>(ADC, "ADCButton");
-    ADCButton->setText(QStringLiteral("ON/OFF"));
-    ADCChan = make<QComboBox>(ADC, "ADCChan");
-    fill(ADCChan, DesignChannels());
-    ADCRef = make<QComboBox>(ADC, "ADCRef");
-    fill(ADCRef, ReferenceEntries());
-    VrefTextbox = make<QLineEdit>(ADC, "VrefTextbox");
-    VrefTextbox->setText(QStringLiteral("2.5"));
-    MasterClockTextbox = make<QLineEdit>(ADC, "MasterClockTextbox");
-    MasterClockTextbox->setText(qs(kDesignMasterClock));
-    ConvTime = make<QComboBox>(ADC, "ConvTime");
-    fill(ConvTime, DesignConvTimes());
-    AcqTime = make<QComboBox>(ADC, "AcqTime");
-    fill(AcqTime, AcqTimeEntries());
-    ConversionTimeTextbox = make<QLineEdit>(ADC, "ConversionTimeTextbox");
-    ConversionTimeTextbox->setReadOnly(true);
-    SampFreqTextbox = make<QLineEdit>(ADC, "SampFreqTextbox");
-    SampFreqTextbox->setReadOnly(true);
+    u.ADCButton = make<QCheckBox>(u.ADC, "ADCButton");
+    u.ADCButton->setText(QStringLiteral("ON/OFF"));
+    u.ADCChan = make<QComboBox>(u.ADC, "ADCChan");
+    u.ADCChan->addItems(entries(DesignChannels()));
+    u.ADCRef = make<QComboBox>(u.ADC, "ADCRef");
+    u.ADCRef->addItems(entries(ReferenceEntries()));
+    u.VrefTextbox = make<QLineEdit>(u.ADC, "VrefTextbox");
+    u.VrefTextbox->setText(QStringLiteral("2.5"));
+    u.MasterClockTextbox = make<QLineEdit>(u.ADC, "MasterClockTextbox");
+    u.MasterClockTextbox->setText(qs(kDesignMasterClock));
+    u.ConvTime = make<QComboBox>(u.ADC, "ConvTime");
+    u.ConvTime->addItems(entries(DesignConvTimes()));
+    u.AcqTime = make<QComboBox>(u.ADC, "AcqTime");
+    u.AcqTime->addItems(entries(AcqTimeEntries()));
+    u.ConversionTimeTextbox = make<QLineEdit>(u.ADC, "ConversionTimeTextbox");
+    u.ConversionTimeTextbox->setReadOnly(true);
+    u.SampFreqTextbox = make<QLineEdit>(u.ADC, "SampFreqTextbox");
+    u.SampFreqTextbox->setReadOnly(true);
 
-    Label3 = makeLabel(ADC, "Label3", "Input Channel", ADCChan);
-    Label2 = makeLabel(ADC, "Label2", "ADC Reference", ADCRef);
-    Label5 = makeLabel(ADC, "Label5", "External Vref (V)", VrefTextbox);
-    Label1 = makeLabel(ADC, "Label1", "Master Clock (MHz)", MasterClockTextbox);
-    Label12 = makeLabel(ADC, "Label12", "Conversion Time", ConvTime);
-    Label4 = makeLabel(ADC, "Label4", "Aquistion Time", AcqTime);
-    Label16 = makeLabel(ADC, "Label16", "Conversion Time (us)", ConversionTimeTextbox);
-    Label14 = makeLabel(ADC, "Label14", "Sampling Freq (kHz)", SampFreqTextbox);
-
-    grid->addWidget(ADCButton, 0, 0, 1, 2);
-    const std::pair<QLabel*, QWidget*> rows[] = {
-        {Label3, ADCChan},
-        {Label2, ADCRef},
-        {Label5, VrefTextbox},
-        {Label1, MasterClockTextbox},
-        {Label12, ConvTime},
-        {Label4, AcqTime},
-        {Label16, ConversionTimeTextbox},
-        {Label14, SampFreqTextbox},
+    grid->addWidget(u.ADCButton, 0, 0, 1, 2);
+    const std::tuple<const char*, const char*, QWidget*> rows[] = {
+        {"Label3", "Input Channel", u.ADCChan},
+        {"Label2", "ADC Reference", u.ADCRef},
+        {"Label5", "External Vref (V)", u.VrefTextbox},
+        {"Label1", "Master Clock (MHz)", u.MasterClockTextbox},
+        {"Label12", "Conversion Time", u.ConvTime},
+        {"Label4", "Aquistion Time", u.AcqTime},
+        {"Label16", "Conversion Time (us)", u.ConversionTimeTextbox},
+        {"Label14", "Sampling Freq (kHz)", u.SampFreqTextbox},
     };
     int r = 1;
-    for (const auto& [label, control] : rows) {
-        grid->addWidget(label, r, 0);
+    for (const auto& [name, caption, control] : rows) {
+        grid->addWidget(makeLabel(u.ADC, name, caption, control), r, 0);
         grid->addWidget(control, r, 1);
         ++r;
     }
-    return ADC;
 }
 
-QWidget* SarWindow::buildDacFrame() {
-    DAC = new QGroupBox(QStringLiteral("DAC"));
-    DAC->setObjectName(QStringLiteral("DAC"));
-    auto* grid = new QGridLayout(DAC);
+void SarWindow::buildDacFrame() {
+    Ui& u = *ui_;
+    u.DAC = new QGroupBox(QStringLiteral("DAC"));
+    u.DAC->setObjectName(QStringLiteral("DAC"));
+    auto* grid = new QGridLayout(u.DAC);
     grid->setHorizontalSpacing(8);
     grid->setVerticalSpacing(6);
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 1);
     grid->setColumnMinimumWidth(2, 90);
 
-    DAC0Button = make<QCheckBox>(DAC, "DAC0Button");
-    DAC0Button->setText(QStringLiteral("DAC0 ON/OFF"));
-    DAC1Button = make<QCheckBox>(DAC, "DAC1Button");
-    DAC1Button->setText(QStringLiteral("DAC1 ON/OFF"));
-    DAC0Range = make<QComboBox>(DAC, "DAC0Range");
-    fill(DAC0Range, DacRangeEntries());
-    DAC1Range = make<QComboBox>(DAC, "DAC1Range");
-    fill(DAC1Range, DacRangeEntries());
-    DAC0Data = make<QLineEdit>(DAC, "DAC0Data");
-    DAC0Data->setText(QStringLiteral("0"));
-    DAC1Data = make<QLineEdit>(DAC, "DAC1Data");
-    DAC1Data->setText(QStringLiteral("0"));
-    Text1 = make<QLineEdit>(DAC, "Text1");
-    Text1->setText(QStringLiteral("12 Bits"));
-    Text1->setReadOnly(true);
-    Text2 = make<QLineEdit>(DAC, "Text2");
-    Text2->setText(QStringLiteral("12 Bits"));
-    Text2->setReadOnly(true);
-
-    Label8 = makeLabel(DAC, "Label8", "DAC0 Range", DAC0Range);
-    Label9 = makeLabel(DAC, "Label9", "DAC0 Data (Hex)", DAC0Data);
-    Label10 = makeLabel(DAC, "Label10", "DAC0 Resolution", Text1);
-    Label13 = makeLabel(DAC, "Label13", "DAC1 Range", DAC1Range);
-    Label7 = makeLabel(DAC, "Label7", "DAC1 Data (Hex)", DAC1Data);
-    Label6 = makeLabel(DAC, "Label6", "DAC1 Resolution", Text2);
+    u.DAC0Button = make<QCheckBox>(u.DAC, "DAC0Button");
+    u.DAC0Button->setText(QStringLiteral("DAC0 ON/OFF"));
+    u.DAC1Button = make<QCheckBox>(u.DAC, "DAC1Button");
+    u.DAC1Button->setText(QStringLiteral("DAC1 ON/OFF"));
+    u.DAC0Range = make<QComboBox>(u.DAC, "DAC0Range");
+    u.DAC0Range->addItems(entries(DacRangeEntries()));
+    u.DAC1Range = make<QComboBox>(u.DAC, "DAC1Range");
+    u.DAC1Range->addItems(entries(DacRangeEntries()));
+    u.DAC0Data = make<QLineEdit>(u.DAC, "DAC0Data");
+    u.DAC0Data->setText(QStringLiteral("0"));
+    u.DAC1Data = make<QLineEdit>(u.DAC, "DAC1Data");
+    u.DAC1Data->setText(QStringLiteral("0"));
+    auto* text1 = make<QLineEdit>(u.DAC, "Text1");
+    auto* text2 = make<QLineEdit>(u.DAC, "Text2");
+    for (QLineEdit* resolution : {text1, text2}) {
+        resolution->setText(QStringLiteral("12 Bits"));
+        resolution->setReadOnly(true);
+    }
 
     // DAC0 on the left, DAC1 on the right, row by row.
-    grid->addWidget(DAC0Button, 0, 0, 1, 2);
-    grid->addWidget(DAC1Button, 0, 2, 1, 2);
-    const std::pair<QLabel*, QWidget*> rows[][2] = {
-        {{Label8, DAC0Range}, {Label13, DAC1Range}},
-        {{Label9, DAC0Data}, {Label7, DAC1Data}},
-        {{Label10, Text1}, {Label6, Text2}},
+    grid->addWidget(u.DAC0Button, 0, 0, 1, 2);
+    grid->addWidget(u.DAC1Button, 0, 2, 1, 2);
+    using Row = std::tuple<const char*, const char*, QWidget*>;
+    const Row rows[][2] = {
+        {{"Label8", "DAC0 Range", u.DAC0Range}, {"Label13", "DAC1 Range", u.DAC1Range}},
+        {{"Label9", "DAC0 Data (Hex)", u.DAC0Data}, {"Label7", "DAC1 Data (Hex)", u.DAC1Data}},
+        {{"Label10", "DAC0 Resolution", text1}, {"Label6", "DAC1 Resolution", text2}},
     };
     int r = 1;
     for (const auto& row : rows) {
         for (int side = 0; side < 2; ++side) {
-            grid->addWidget(row[side].first, r, 2 * side);
-            grid->addWidget(row[side].second, r, 2 * side + 1);
+            const auto& [name, caption, control] = row[side];
+            grid->addWidget(makeLabel(u.DAC, name, caption, control), r, 2 * side);
+            grid->addWidget(control, r, 2 * side + 1);
         }
         ++r;
     }
-    return DAC;
 }
 
 QWidget* SarWindow::buildChartPanel() {
+    Ui& u = *ui_;
     auto* panel = new QWidget;
     auto* layout = new QVBoxLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
+    u.Graph = new platform::ChartPanel({"Graph", "GraphMaxLabel", "GraphMidLabel",
+                                        "GraphMinLabel", "801H", "800H", "7FFH"},
+                                       panel);
+    layout->addWidget(u.Graph, 1);
 
-    auto* chartRow = new QHBoxLayout;
-    chartRow->setSpacing(4);
-    auto* marks = new QVBoxLayout;
-    // Roughly the chart's plot margins, so the marks sit at the axis ends.
-    marks->setContentsMargins(0, 6, 0, 28);
-    GraphMaxLabel = make<QLabel>(panel, "GraphMaxLabel");
-    GraphMaxLabel->setText(QStringLiteral("801H"));
-    GraphMidLabel = make<QLabel>(panel, "GraphMidLabel");
-    GraphMidLabel->setText(QStringLiteral("800H"));
-    GraphMinLabel = make<QLabel>(panel, "GraphMinLabel");
-    GraphMinLabel->setText(QStringLiteral("7FFH"));
-    for (QLabel* mark : {GraphMaxLabel, GraphMidLabel, GraphMinLabel}) {
-        mark->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        mark->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("-FFFFH")));
-    }
-    marks->addWidget(GraphMaxLabel);
-    marks->addStretch(1);
-    marks->addWidget(GraphMidLabel);
-    marks->addStretch(1);
-    marks->addWidget(GraphMinLabel);
-    Graph = new platform::StripChart(panel);
-    Graph->setObjectName(QStringLiteral("Graph"));
-    Graph->setAccessibleName(QStringLiteral("Samples"));
-    chartRow->addLayout(marks);
-    chartRow->addWidget(Graph, 1);
-    layout->addLayout(chartRow, 1);
-
-    auto* controls = new QGridLayout;
-    NumSamples = make<QComboBox>(panel, "NumSamples");
-    NumSamples->setEditable(true);
-    NumSamples->setInsertPolicy(QComboBox::NoInsert);
-    NumSamples->setCompleter(nullptr);  // inline completion would turn a typed 1 into 1000
-    fill(NumSamples, NumSamplesEntries());
-    NumSamples->setMinimumWidth(110);
-    Label15 = makeLabel(panel, "Label15", "Num of Samples:", NumSamples);
-    RunButton = make<QPushButton>(panel, "RunButton");
-    RunButton->setText(QStringLiteral("&Run"));
-    StopButton = make<QPushButton>(panel, "StopButton");
-    StopButton->setText(QStringLiteral("&Stop"));
-    for (QPushButton* b : {RunButton, StopButton}) b->setMinimumSize(110, 32);
-    controls->addWidget(Label15, 0, 0);
-    controls->addWidget(NumSamples, 0, 1);
-    controls->setColumnStretch(2, 1);
-    // Both in one cell: a run shows one and hides the other.
-    controls->addWidget(RunButton, 0, 3);
-    controls->addWidget(StopButton, 0, 3);
+    auto* controls = new QHBoxLayout;
+    u.NumSamples = makeNumSamples(panel, entries(NumSamplesEntries()));
+    u.NumSamples->setMinimumWidth(110);
+    controls->addWidget(makeLabel(panel, "Label15", "Num of Samples:", u.NumSamples));
+    controls->addWidget(u.NumSamples);
+    controls->addStretch(1);
+    controls->addWidget(makeRunButtons(panel));
     layout->addLayout(controls);
     return panel;
 }
 
-void SarWindow::buildMenus() {
-    File = menuBar()->addMenu(QStringLiteral("&File"));
-    File->setObjectName(QStringLiteral("File"));
-    FileExit = File->addAction(QStringLiteral("&Exit"));
-    FileExit->setObjectName(QStringLiteral("FileExit"));
-    Menu_help = menuBar()->addMenu(QStringLiteral("&Help"));
-    Menu_help->setObjectName(QStringLiteral("Menu_help"));
-    HelpHelp = Menu_help->addAction(QStringLiteral("&Help"));
-    HelpHelp->setObjectName(QStringLiteral("HelpHelp"));
-    HelpAbout = Menu_help->addAction(QStringLiteral("A&bout"));
-    HelpAbout->setObjectName(QStringLiteral("HelpAbout"));
+void SarWindow::buildHelpMenu() {
+    QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
+    help->setObjectName(QStringLiteral("Menu_help"));
+    help->addAction(QStringLiteral("&Help"))->setObjectName(QStringLiteral("HelpHelp"));
+    help->addAction(QStringLiteral("A&bout"))->setObjectName(QStringLiteral("HelpAbout"));
 }
 
 void SarWindow::connectHandlers() {
-    listReactions_ = {
-        {ADCChan, &SarWindow::ADCChan_Click},
-        {ADCRef, &SarWindow::ADCRef_Click},
-        {ConvTime, &SarWindow::ConvTime_Click},
-        {AcqTime, &SarWindow::AcqTime_Click},
+    Ui& u = *ui_;
+    u.listReactions = {
+        {u.ADCChan, &SarWindow::ADCChan_Click},
+        {u.ADCRef, &SarWindow::ADCRef_Click},
+        {u.ConvTime, &SarWindow::ConvTime_Click},
+        {u.AcqTime, &SarWindow::AcqTime_Click},
     };
-    for (const auto& [list, reaction] : listReactions_)
-        connect(list, &QComboBox::currentIndexChanged, this, reaction);
-    connect(DAC0Button, &QCheckBox::toggled, this, &SarWindow::DAC0Button_Click);
-    connect(DAC1Button, &QCheckBox::toggled, this, &SarWindow::DAC1Button_Click);
-    connect(DAC0Data, &QLineEdit::textChanged, this, &SarWindow::DAC0Data_Change);
-    connect(DAC1Data, &QLineEdit::textChanged, this, &SarWindow::DAC1Data_Change);
-    // The combo box holds the focus for its line edit and gets the focus events.
-    NumSamples->installEventFilter(this);
-    connect(RunButton, &QPushButton::clicked, this, &SarWindow::RunButton_Click);
-    connect(StopButton, &QPushButton::clicked, this, &SarWindow::StopButton_Click);
-    connect(FileExit, &QAction::triggered, this, &SarWindow::FileExit_Click);
-    connect(DigitalFrame, &link::RegisterPanel::frameHeightChanged, this, [this] {
+    // A user's choice counts even when it picks the entry already shown; the program's own
+    // selections go through selectEntry.
+    for (const auto& [list, reaction] : u.listReactions)
+        connect(list, &QComboBox::activated, this, reaction);
+    connect(u.DAC0Button, &QCheckBox::toggled, this, &SarWindow::DAC0Button_Click);
+    connect(u.DAC1Button, &QCheckBox::toggled, this, &SarWindow::DAC1Button_Click);
+    connect(u.DAC0Data, &QLineEdit::textChanged, this, &SarWindow::DAC0Data_Change);
+    connect(u.DAC1Data, &QLineEdit::textChanged, this, &SarWindow::DAC1Data_Change);
+    connect(u.DigitalFrame, &link::RegisterPanel::frameHeightChanged, this, [this] {
         // Bring the opened panel into view once the column has been laid out again.
-        if (DigitalFrame->isExpanded())
-            QTimer::singleShot(0, this, [this] { leftColumn_->ensureWidgetVisible(DigitalFrame); });
+        if (ui_->DigitalFrame->isExpanded())
+            QTimer::singleShot(
+                0, this, [this] { ui_->leftColumn->ensureWidgetVisible(ui_->DigitalFrame); });
     });
 }
 
 void SarWindow::selectEntry(QComboBox* list, int position) {
-    if (list->currentIndex() == position) {
-        const auto reaction = listReactions_.find(list);
-        if (reaction != listReactions_.end()) (this->*reaction->second)();
-        return;
-    }
     list->setCurrentIndex(position);
+    const auto reaction = ui_->listReactions.find(list);
+    if (reaction != ui_->listReactions.end()) (this->*reaction->second)();
 }
 
-void SarWindow::load() {
-    const std::string& model = state_.ModelName;
+void SarWindow::load(const std::string& model) {
+    Ui& u = *ui_;
+    u.model = model;
     setWindowTitle(QStringLiteral("KELP - ") + qs(model));
-    devices_.MSComm1.setSettings("57600,N,8,1");
+    u.link.applySettings(kFirmwareLinkSettings);
 
-    ADCButton->setChecked(true);
-    selectEntry(ADCChan, 0);
-    selectEntry(ADCRef, 0);
-    selectEntry(ConvTime, 2);
-    selectEntry(AcqTime, 0);
+    u.ADCButton->setChecked(true);
+    selectEntry(u.ADCChan, 0);
+    selectEntry(u.ADCRef, 0);
+    selectEntry(u.ConvTime, 2);
+    selectEntry(u.AcqTime, 0);
 
     if (const ModelSetup* setup = FindModelSetup(model)) applyModelSetup(*setup);
 
-    DAC0Button->setChecked(false);
-    DAC1Button->setChecked(false);
-    for (QComboBox* range : {DAC0Range, DAC1Range}) {
+    u.DAC0Button->setChecked(false);
+    u.DAC1Button->setChecked(false);
+    for (QComboBox* range : {u.DAC0Range, u.DAC1Range}) {
         range->setCurrentIndex(0);
         range->setEnabled(false);
     }
-    DAC0Data->setEnabled(false);
-    DAC1Data->setEnabled(false);
+    u.DAC0Data->setEnabled(false);
+    u.DAC1Data->setEnabled(false);
 
-    NumSamples->setCurrentIndex(kNumSamplesDefault);
-    DigitalFrame->setFrameHeight(kDigitalFrameHeights.collapsed);
+    u.NumSamples->setCurrentIndex(kNumSamplesDefault);
+    u.DigitalFrame->setFrameHeight(kDigitalFrameHeights.collapsed);
     UpdateADCFrame();
 }
 
 void SarWindow::applyModelSetup(const ModelSetup& setup) {
+    Ui& u = *ui_;
     // Clearing and refilling is no choice of the user's; only the selection that follows is.
-    const auto replace = [](QComboBox* list, std::span<const std::string_view> entries) {
-        if (entries.empty()) return;
-        const QSignalBlocker quiet(list);
+    const auto replace = [](QComboBox* list, std::span<const std::string_view> items) {
+        if (items.empty()) return;
         list->clear();
-        fill(list, entries);
+        list->addItems(entries(items));
     };
-    replace(ADCChan, setup.channels);
-    selectEntry(ADCChan, setup.channelSelection - 1);
-    replace(ConvTime, setup.convTimes);
-    selectEntry(ConvTime, setup.convTimeSelection - 1);
-    if (!setup.masterClock.empty()) MasterClockTextbox->setText(qs(setup.masterClock));
-    if (!setup.rcap2l.empty()) DigitalFrame->RCAP2LSFR->setText(qs(setup.rcap2l));
-    for (DisabledGroup group : {kPwmGroup, kP0P2Boxes, kDacGroup}) {
-        if (!(setup.disabled & group)) continue;
-        for (std::string_view name : ControlsOf(group)) {
-            if (auto* control = findChild<QWidget*>(qs(name))) control->setEnabled(false);
-        }
-    }
+    replace(u.ADCChan, setup.channels);
+    selectEntry(u.ADCChan, setup.channelSelection - 1);
+    replace(u.ConvTime, setup.convTimes);
+    selectEntry(u.ConvTime, setup.convTimeSelection - 1);
+    if (!setup.masterClock.empty()) u.MasterClockTextbox->setText(qs(setup.masterClock));
+    if (!setup.rcap2l.empty()) u.DigitalFrame->box("RCAP2LSFR")->setText(qs(setup.rcap2l));
+    for (DisabledGroup group : {kPwmGroup, kP0P2Boxes, kDacGroup})
+        if (setup.disabled & group) link::DisableControls(this, ControlsOf(group));
 }
 
 void SarWindow::ADCChan_Click() {
+    Ui& u = *ui_;
     // Channels 6 and 7 of this part share their pins with the DAC outputs.
-    if (state_.ModelName != "Zylo520") return;
-    const int position = ADCChan->currentIndex();
-    const std::pair<int, QCheckBox*> shared[] = {{6, DAC0Button}, {7, DAC1Button}};
+    if (u.model != "Zylo520") return;
+    const int position = u.ADCChan->currentIndex();
+    const std::pair<int, QCheckBox*> shared[] = {{6, u.DAC0Button}, {7, u.DAC1Button}};
     for (const auto& [channel, button] : shared) {
         if (position == channel) button->setChecked(false);
         button->setEnabled(position != channel);
     }
 }
 
-void SarWindow::ADCRef_Click() { VrefTextbox->setEnabled(ADCRef->currentIndex() == 1); }
+void SarWindow::ADCRef_Click() {
+    ui_->VrefTextbox->setEnabled(ui_->ADCRef->currentIndex() == 1);
+}
 
 void SarWindow::ConvTime_Click() { UpdateADCFrame(); }
 
 void SarWindow::AcqTime_Click() { UpdateADCFrame(); }
 
 void SarWindow::DAC0Button_Click() {
-    DAC0Range->setEnabled(DAC0Button->isChecked());
-    DAC0Data->setEnabled(DAC0Button->isChecked());
+    ui_->DAC0Range->setEnabled(ui_->DAC0Button->isChecked());
+    ui_->DAC0Data->setEnabled(ui_->DAC0Button->isChecked());
 }
 
 void SarWindow::DAC1Button_Click() {
-    DAC1Range->setEnabled(DAC1Button->isChecked());
-    DAC1Data->setEnabled(DAC1Button->isChecked());
+    ui_->DAC1Range->setEnabled(ui_->DAC1Button->isChecked());
+    ui_->DAC1Data->setEnabled(ui_->DAC1Button->isChecked());
 }
 
 void SarWindow::DAC0Data_Change() {
-    const QString canonical = qs(link::Verify16bitSFR(text(DAC0Data)));
-    if (canonical != DAC0Data->text()) DAC0Data->setText(canonical);
+    const QString canonical = qs(link::Verify16bitSFR(text(ui_->DAC0Data)));
+    if (canonical != ui_->DAC0Data->text()) ui_->DAC0Data->setText(canonical);
 }
 
 void SarWindow::DAC1Data_Change() {
-    const QString canonical = qs(link::Verify16bitSFR(text(DAC1Data)));
-    if (canonical != DAC1Data->text()) DAC1Data->setText(canonical);
+    const QString canonical = qs(link::Verify16bitSFR(text(ui_->DAC1Data)));
+    if (canonical != ui_->DAC1Data->text()) ui_->DAC1Data->setText(canonical);
 }
 
 void SarWindow::NumSamples_LostFocus() {
-    const QString checked = qs(CheckNumSamples(NumSamples->currentText().toStdString()));
-    if (checked != NumSamples->currentText()) NumSamples->setEditText(checked);
+    QComboBox* box = ui_->NumSamples;
+    const QString checked = qs(CheckNumSamples(box->currentText().toStdString()));
+    if (checked != box->currentText()) box->setEditText(checked);
 }
 
 void SarWindow::UpdateADCFrame() {
-    const auto figures = ComputeTimingFigures(AcqTime->currentIndex(), text(MasterClockTextbox),
-                                              ConvTime->currentText().toStdString());
+    Ui& u = *ui_;
+    const auto figures = ComputeTimingFigures(u.AcqTime->currentIndex(),
+                                              text(u.MasterClockTextbox),
+                                              u.ConvTime->currentText().toStdString());
     if (!figures) return;  // a clock of 0 or no number: keep what is shown
-    ConversionTimeTextbox->setText(qs(figures->conversionTimeText));
-    SampFreqTextbox->setText(qs(figures->frequencyText));
+    u.ConversionTimeTextbox->setText(qs(figures->conversionTimeText));
+    u.SampFreqTextbox->setText(qs(figures->frequencyText));
 }
 
-void SarWindow::RunButton_Click() {
-    // An access key leaves the focus where it was; the sample count must be checked first.
-    if (NumSamples->hasFocus()) NumSamples_LostFocus();
-    run_->execute();
-}
+link::RunResult SarWindow::run() { return ui_->runner->execute(); }
 
-void SarWindow::StopButton_Click() { run_->requestStop(); }
-
-void SarWindow::FileExit_Click() {
-    requestExit();
-    close();
-}
-
-void SarWindow::requestExit() {
-    if (exitRequested_) return;
-    exitRequested_ = true;
-    emit exitRequested();
-}
-
-void SarWindow::closeEvent(QCloseEvent* event) {
-    requestExit();
-    event->accept();
-}
-
-bool SarWindow::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == NumSamples && event->type() == QEvent::FocusOut) {
-        // The list's own popup and a switch to another program are no leaving of the box.
-        const auto reason = static_cast<QFocusEvent*>(event)->reason();
-        if (reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason)
-            NumSamples_LostFocus();
-    }
-    return QMainWindow::eventFilter(watched, event);
-}
+void SarWindow::stop() { ui_->runner->requestStop(); }
 
 analysis::SarRunSettings SarWindow::runSettings() const {
+    const Ui& u = *ui_;
     analysis::SarRunSettings s;
-    s.ADCChan = ADCChan->currentText().toStdString();
-    s.ADCRef = ADCRef->currentText().toStdString();
-    s.ConvTime = ConvTime->currentText().toStdString();
-    s.AcqTime = AcqTime->currentText().toStdString();
-    s.VrefTextbox = text(VrefTextbox);
-    s.MasterClockTextbox = text(MasterClockTextbox);
-    s.SampFreqTextbox = text(SampFreqTextbox);
-    s.ConversionTimeTextbox = text(ConversionTimeTextbox);
-    s.GraphMaxLabel = GraphMaxLabel->text().toStdString();
-    s.GraphMidLabel = GraphMidLabel->text().toStdString();
-    s.GraphMinLabel = GraphMinLabel->text().toStdString();
-    s.graphUpperBound = Graph->upperBound();
-    s.graphLowerBound = Graph->lowerBound();
+    s.ADCChan = u.ADCChan->currentText().toStdString();
+    s.ADCRef = u.ADCRef->currentText().toStdString();
+    s.ConvTime = u.ConvTime->currentText().toStdString();
+    s.AcqTime = u.AcqTime->currentText().toStdString();
+    s.VrefTextbox = text(u.VrefTextbox);
+    s.MasterClockTextbox = text(u.MasterClockTextbox);
+    s.SampFreqTextbox = text(u.SampFreqTextbox);
+    s.ConversionTimeTextbox = text(u.ConversionTimeTextbox);
+    s.GraphMaxLabel = u.Graph->upperLabel().toStdString();
+    s.GraphMidLabel = u.Graph->middleLabel().toStdString();
+    s.GraphMinLabel = u.Graph->lowerLabel().toStdString();
+    s.graphUpperBound = u.Graph->upperBound();
+    s.graphLowerBound = u.Graph->lowerBound();
     return s;
-}
-
-void SarWindow::openAnalysis() {
-    // A top-level window of its own, beside this one; created once, then reused.
-    if (!analysis_) analysis_ = std::make_unique<analysis::SarAnalysisWindow>(state_);
-    analysis_->show();
-    analysis_->raise();
-    analysis_->AnalyseData(runSettings());
 }
 
 }  // namespace kelp::sar

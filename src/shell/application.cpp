@@ -12,6 +12,9 @@
 #include "platform/qtmessagesink.h"
 #include "platform/qtserialport.h"
 #include "platform/qtticktimer.h"
+#include "analysis/saranalysiswindow.h"
+#include "analysis/sarrunsettings.h"
+#include "link/link.h"
 #include "sar/sarwindow.h"
 #include "shell/mainwindow.h"
 
@@ -66,7 +69,7 @@ Application::Application(ApplicationOptions options, platform::MessageSink* mess
       timer_(std::make_unique<platform::QtTickTimer>()),
       events_(std::make_unique<platform::QtEventQueue>()),
       messages_(messages),
-      devices_{*port_, *timer_, *events_} {
+      link_(std::make_unique<link::Link>(*port_, *timer_, *events_)) {
     if (!messages_) {
         ownMessages_ = std::make_unique<platform::QtMessageSink>();
         messages_ = ownMessages_.get();
@@ -83,11 +86,10 @@ Application::Application(ApplicationOptions options, platform::MessageSink* mess
     }
     if (options_.virtualBoard) entries.push_back({"Virtual board", {}, true});
 
-    main_ = std::make_unique<MainWindow>(state_, devices_, *messages_, options_.programFolder,
+    main_ = std::make_unique<MainWindow>(state_, *link_, *messages_, options_.programFolder,
                                          std::move(entries));
     if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_))
         sink->setParent(main_.get());
-    timer_->onTick = [this] { main_->Timer1_Timer(); };
 
     connect(main_.get(), &MainWindow::evaluationRequested, this, &Application::openEvaluation);
     connect(main_.get(), &MainWindow::exitRequested, this, &Application::exitProgram);
@@ -99,6 +101,7 @@ Application::Application(ApplicationOptions options, platform::MessageSink* mess
 
 Application::~Application() {
     events_->setClosing();
+    sarAnalysis_.reset();
     delete evaluation_.data();
     port_->close();
     if (board_) board_->stop();
@@ -128,19 +131,33 @@ void Application::openEvaluation(DeviceFamily family) {
     main_->hide();
     delete evaluation_.data();
     if (family == DeviceFamily::SAR) {
-        auto* window = new sar::SarWindow(state_, devices_, *messages_);
+        auto* window = new sar::SarWindow(*link_, state_.run, state_.sar, *messages_);
         connect(window, &sar::SarWindow::exitRequested, this, &Application::exitProgram);
+        connect(window, &sar::SarWindow::analysisRequested, this, &Application::openSarAnalysis);
         if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_)) sink->setParent(window);
         evaluation_ = window;
-        window->load();
+        window->load(state_.loader.ModelName);
         window->show();
     } else {
-        auto* window = new SigmaDeltaPlaceholder(state_.ModelName);
+        auto* window = new SigmaDeltaPlaceholder(state_.loader.ModelName);
         window->onClose = [this] { exitProgram(); };
         evaluation_ = window;
         window->show();
     }
     emit evaluationShown(evaluation_.data());
+}
+
+void Application::openSarAnalysis() {
+    auto* window = qobject_cast<sar::SarWindow*>(evaluation_.data());
+    if (!window) return;
+    // A top-level window of its own, beside the run window; created once, then reused.
+    if (!sarAnalysis_)
+        sarAnalysis_ = std::make_unique<analysis::SarAnalysisWindow>(state_.loader.ModelName);
+    sarAnalysis_->show();
+    sarAnalysis_->raise();
+    const sar::SarResults& r = state_.sar;
+    sarAnalysis_->AnalyseData(window->runSettings(),
+                              {r.SampleBuffer, state_.run.SampleCount, r.MinCode, r.MaxCode});
 }
 
 void Application::exitProgram() {
@@ -151,6 +168,7 @@ void Application::exitProgram() {
     timer_->disable();
     port_->close();
     if (evaluation_) evaluation_->hide();
+    if (sarAnalysis_) sarAnalysis_->hide();
     main_->hide();
     QCoreApplication::exit(0);
 }

@@ -20,6 +20,12 @@ class QtTickTimer;
 namespace kelp::board {
 class BoardServer;
 }
+namespace kelp::link {
+class Link;
+}
+namespace kelp::analysis {
+class SarAnalysisWindow;
+}
 
 namespace kelp::shell {
 
@@ -33,8 +39,8 @@ struct ApplicationOptions {
     bool virtualBoardPacing = true;
 };
 
-// The composition root: owns the shared devices and the state, builds the windows and
-// knows which window follows which.
+// The composition root: owns the shared devices, the link and the state, builds the windows
+// and knows which window follows which (a finished run reaches its analysis window here).
 class Application final : public QObject {
     Q_OBJECT
 public:
@@ -45,7 +51,9 @@ public:
     MainWindow* mainWindow() const { return main_.get(); }
     QMainWindow* evaluationWindow() const { return evaluation_.data(); }
     ProgramState& state() { return state_; }
-    SharedDevices& devices() { return devices_; }
+    link::Link& link() { return *link_; }
+    // The SAR analysis window, once a run has opened it.
+    analysis::SarAnalysisWindow* sarAnalysis() const { return sarAnalysis_.get(); }
     // The device of the built-in virtual board, once started.
     std::string virtualBoardDevice() const { return boardDevice_; }
     bool exiting() const { return exiting_; }
@@ -57,6 +65,7 @@ signals:
 
 private:
     void openEvaluation(DeviceFamily family);
+    void openSarAnalysis();
     void startVirtualBoard();
     void exitProgram();
 
@@ -66,10 +75,11 @@ private:
     std::unique_ptr<platform::QtEventQueue> events_;
     std::unique_ptr<platform::MessageSink> ownMessages_;
     platform::MessageSink* messages_;
+    std::unique_ptr<link::Link> link_;
     ProgramState state_;
-    SharedDevices devices_;
     std::unique_ptr<MainWindow> main_;
     QPointer<QMainWindow> evaluation_;
+    std::unique_ptr<analysis::SarAnalysisWindow> sarAnalysis_;
     std::unique_ptr<board::BoardServer> board_;
     std::string boardDevice_;
     bool exiting_ = false;

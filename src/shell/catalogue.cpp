@@ -27,11 +27,6 @@ const std::array<TargetDevice, 14> kCatalogue = {{
     {"Zylo582", DeviceFamily::SigmaDelta, k58xImage, true},
 }};
 
-// Characters counted from 1; a missing character gives the empty text.
-std::string charAt(const std::string& s, size_t position) {
-    return position >= 1 && position <= s.size() ? s.substr(position - 1, 1) : std::string();
-}
-
 }  // namespace
 
 std::string familyTag(DeviceFamily family) {
@@ -51,14 +46,6 @@ std::string imagePath(const std::string& programFolder, const TargetDevice& devi
     for (char& c : file)
         if (c == '\\') c = '/';
     return programFolder + file;
-}
-
-std::string modelNameFromReply(const std::string& reply) {
-    return "Zylo5" + charAt(reply, 6) + charAt(reply, 7);
-}
-
-std::string versionFromReply(const std::string& loaderReply) {
-    return charAt(loaderReply, 12) + "." + charAt(loaderReply, 13);
 }
 
 }  // namespace kelp::shell

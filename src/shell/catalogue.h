@@ -26,10 +26,4 @@ const TargetDevice* findDevice(const std::string& modelName);
 // Program folder followed by the image file text, with the separators made the platform's own.
 std::string imagePath(const std::string& programFolder, const TargetDevice& device);
 
-// "Zylo5" followed by characters 6 and 7 of a loader reply or model field.
-std::string modelNameFromReply(const std::string& reply);
-
-// Character 12, ".", character 13 of the loader reply.
-std::string versionFromReply(const std::string& loaderReply);
-
 }  // namespace kelp::shell

@@ -1,29 +1,25 @@
 #pragma once
 
 #include <QMainWindow>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "shell/catalogue.h"
 
-class QAction;
-class QComboBox;
-class QLabel;
-class QLineEdit;
-class QMenu;
-class QProgressBar;
-class QPushButton;
-
 namespace kelp::platform {
-enum class OpenError;
 class MessageSink;
-class QtProgress;
-}  // namespace kelp::platform
+}
+namespace kelp::link {
+class Link;
+}
+namespace kelp::loader {
+struct DownloadResult;
+}
 
 namespace kelp::shell {
 
 struct ProgramState;
-struct SharedDevices;
 
 // One entry of the port list below the four fixed ones.
 struct PortEntry {
@@ -36,38 +32,30 @@ struct PortEntry {
 class MainWindow final : public QMainWindow {
     Q_OBJECT
 public:
-    MainWindow(ProgramState& state, SharedDevices& devices, platform::MessageSink& messages,
+    MainWindow(ProgramState& state, link::Link& link, platform::MessageSink& messages,
                std::string programFolder, std::vector<PortEntry> extraPorts,
                QWidget* parent = nullptr);
     ~MainWindow() override;
 
     // Device paths of "COM 1" to "COM 3".
     static std::string comDevice(int number);
+    // The reset failure message, CR/LF as the chip's instructions have them.
+    static const char* const kResetFailure;
 
     void Form_Load();
     void ComSelect_Click();
     void DownloadButton_Click();
     void NextButton_Click();
     void Menu_exit_Click();
-    void Timer1_Timer();
     void DisableButtons();
     void EnableButtons();
-    bool OpenCommPort();
-
-    // Controls, named as the window's design names them.
-    QLabel* Label8;
-    QLabel* Label7;
-    QComboBox* ComSelect;
-    QComboBox* VantorCombobox;
-    QLineEdit* VantorText;
-    QPushButton* DownloadButton;
-    QPushButton* NextButton;
-    QProgressBar* ProgressBar;
-    QMenu* Menu_file;
-    QAction* Menu_exit;
 
     // The model list's text: "Vantor Select" while nothing is chosen.
     QString vantorText() const;
+    // The virtual board's device, once it runs.
+    void setVirtualBoardDevice(const std::string& device);
+
+    struct Ui;  // the window's controls, found by name from outside
 
 signals:
     // A download or Next chose the evaluation window of this family.
@@ -77,26 +65,22 @@ signals:
     void virtualBoardRequested();
     void modelChosen(const QString& model);
 
-public:
-    // The virtual board's device, once it runs (or empty with a reason when it could not start).
-    void setVirtualBoardDevice(const std::string& device);
-
 protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
     void buildControls();
     void connectHandlers();
+    void reportDownload(const loader::DownloadResult& result);
     void showFailure(const std::string& text, const std::string& title = "Warning");
 
+    std::unique_ptr<Ui> ui_;
     ProgramState& state_;
-    SharedDevices& devices_;
+    link::Link& link_;
     platform::MessageSink& messages_;
     std::string programFolder_;
     std::vector<PortEntry> extraPorts_;
-    platform::QtProgress* progress_ = nullptr;
     bool exiting_ = false;
-    platform::OpenError lastOpenError_{};
 };
 
 }  // namespace kelp::shell

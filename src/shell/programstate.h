@@ -1,41 +1,20 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <string>
-
-namespace kelp::platform {
-class SerialPort;
-class TickTimer;
-class EventQueue;
-}  // namespace kelp::platform
+#include "link/runstate.h"
+#include "loader/serialloader.h"
+#include "sar/sarrun.h"
 
 namespace kelp::shell {
 
 // The program-wide state: one instance, owned by the composition root, living as long as
-// the program. Names are the ones every window and operation uses.
+// the program, assembled from the pieces each layer owns. The link's own state (the timer's
+// flag, the last block sent) lives with the link.
 struct ProgramState {
-    std::string ModelName;
-    std::string LoaderReply;
+    loader::LoaderState loader;  // ModelName, LoaderReply, DownloadOk, HexSizeLimit
+    // Set when a 58X-group model is chosen; nothing clears it while the program runs.
     bool Is58XGroup = false;
-    bool TimerElapsed = false;
-    bool DownloadOk = false;
-    int16_t HexSizeLimit = 0;
-    std::string TxBuffer;
-
-    // Results of the last SAR run; sample k at index k, index 0 never written.
-    std::array<int16_t, 10001> SampleBuffer{};
-    int16_t SampleCount = 0;
-    int16_t MaxCode = 0;
-    int16_t MinCode = 0;
-    bool StopRequested = false;
-};
-
-// The devices the main window owns and every window shares.
-struct SharedDevices {
-    platform::SerialPort& MSComm1;
-    platform::TickTimer& Timer1;
-    platform::EventQueue& events;
+    link::RunState run;      // SampleCount, StopRequested
+    sar::SarResults sar;     // SampleBuffer, MinCode, MaxCode
 };
 
 }  // namespace kelp::shell

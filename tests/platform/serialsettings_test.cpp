@@ -2,39 +2,38 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace kelp::platform {
 namespace {
 
 TEST(LineSettings, ParsesTheSettingsString) {
     struct Case {
         const char* text;
-        bool valid;
-        int baud;
-        char parity;
-        int dataBits;
-        int stopBits;
+        std::optional<LineSettings> expected;
     };
     const Case cases[] = {
-        {"9600,N,8,1", true, 9600, 'N', 8, 1},
-        {"57600,N,8,1", true, 57600, 'N', 8, 1},
-        {"19200,e,7,2", true, 19200, 'E', 7, 2},
-        {"9600,N,8", false, 0, 0, 0, 0},
-        {"fast,N,8,1", false, 0, 0, 0, 0},
-        {"9600,X,8,1", false, 0, 0, 0, 0},
-        {"9600,N,9,1", false, 0, 0, 0, 0},
-        {"9600,N,8,3", false, 0, 0, 0, 0},
-        {"", false, 0, 0, 0, 0},
-        {"0,N,8,1", false, 0, 0, 0, 0},
+        {"9600,N,8,1", LineSettings{9600, Parity::None, 8, 1}},
+        {"57600,N,8,1", LineSettings{57600, Parity::None, 8, 1}},
+        {"19200,e,7,2", LineSettings{19200, Parity::Even, 7, 2}},
+        {"9600,S,5,1", LineSettings{9600, Parity::Space, 5, 1}},
+        {"9600,N,8", std::nullopt},
+        {"9600,N,8,1,", std::nullopt},
+        {"fast,N,8,1", std::nullopt},
+        {"9600,X,8,1", std::nullopt},
+        {"9600,N,9,1", std::nullopt},
+        {"9600,N,8,3", std::nullopt},
+        {"", std::nullopt},
+        {"0,N,8,1", std::nullopt},
     };
-    for (const auto& c : cases) {
-        const auto s = parseLineSettings(c.text);
-        ASSERT_EQ(s.has_value(), c.valid) << c.text;
-        if (!s) continue;
-        EXPECT_EQ(s->baud, c.baud) << c.text;
-        EXPECT_EQ(s->parity, c.parity) << c.text;
-        EXPECT_EQ(s->dataBits, c.dataBits) << c.text;
-        EXPECT_EQ(s->stopBits, c.stopBits) << c.text;
-    }
+    for (const auto& c : cases) EXPECT_EQ(parseLineSettings(c.text), c.expected) << c.text;
+}
+
+TEST(LineSettings, AMalformedProgramTextIsAnErrorNotADefaultSpeed) {
+    EXPECT_THROW(requireLineSettings("57600;N;8;1"), std::invalid_argument);
+    EXPECT_EQ(requireLineSettings("57600,N,8,1").baud, 57600);
+    for (const char* text : {"9600,N,8,1", "57600,O,7,2"})
+        EXPECT_EQ(lineSettingsText(requireLineSettings(text)), text);
 }
 
 }  // namespace

@@ -53,13 +53,5 @@ TEST(Catalogue, ImagePathUsesThePlatformSeparator) {
     EXPECT_EQ(imagePath("/opt/kelp", *findDevice("Zylo581")), "/opt/kelp/ASM/58X_SDkelp.hex");
 }
 
-TEST(Catalogue, NamesAndVersionFromTheLoaderReply) {
-    EXPECT_EQ(modelNameFromReply("XXXXX70"), "Zylo570");
-    EXPECT_EQ(modelNameFromReply("Zylo581 LDR21"), "Zylo581");
-    EXPECT_EQ(modelNameFromReply("abc"), "Zylo5");
-    EXPECT_EQ(versionFromReply("Zylo510 LDR21"), "2.1");
-    EXPECT_EQ(versionFromReply("short"), ".");
-}
-
 }  // namespace
 }  // namespace kelp::shell

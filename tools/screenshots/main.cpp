@@ -17,6 +17,11 @@
 
 namespace {
 
+template <typename W>
+W* child(QWidget* window, const char* name) {
+    return window->findChild<W*>(QString::fromLatin1(name));
+}
+
 void save(QWidget* w, const QString& folder, const char* name) {
     QApplication::processEvents();
     const QString path = folder + "/" + name;
@@ -40,27 +45,29 @@ int main(int argc, char** argv) {
     kelp::shell::Application kelp(options, &messages);
     kelp.show();
     auto* main = kelp.mainWindow();
-    main->VantorCombobox->setCurrentText("Zylo570");
-    main->ComSelect->setCurrentIndex(main->ComSelect->count() - 1);  // "Virtual board"
+    child<QComboBox>(main, "VantorCombobox")->setCurrentText("Zylo570");
+    auto* ports = child<QComboBox>(main, "ComSelect");
+    ports->setCurrentIndex(ports->count() - 1);  // "Virtual board"
     save(main, folder, "main.png");
 
     QTimer::singleShot(4000, main, [&] { save(main, folder, "main-download.png"); });
-    main->DownloadButton->click();
+    child<QPushButton>(main, "DownloadButton")->click();
     auto* sar = qobject_cast<kelp::sar::SarWindow*>(kelp.evaluationWindow());
     if (!sar) {
         for (const auto& m : messages.messages) std::fprintf(stderr, "%s\n", m.text.c_str());
         return 1;
     }
     sar->resize(1100, 720);
-    sar->ADCChan->setCurrentIndex(2);
+    child<QComboBox>(sar, "ADCChan")->setCurrentIndex(2);
     QApplication::processEvents();
     save(sar, folder, "sar-idle.png");
-    sar->DigitalFrame->DigitalFrame_Click();
+    auto* registers = child<kelp::link::RegisterPanel>(sar, "DigitalFrame");
+    registers->DigitalFrame_Click();
     save(sar, folder, "sar-registers.png");
-    sar->DigitalFrame->DigitalFrame_Click();
+    registers->DigitalFrame_Click();
     QTimer::singleShot(1800, sar, [&] { save(sar, folder, "sar-run.png"); });
-    sar->RunButton->click();
-    if (auto* analysis = sar->analysisWindow()) {
+    child<QPushButton>(sar, "RunButton")->click();
+    if (auto* analysis = kelp.sarAnalysis()) {
         analysis->resize(1000, 700);
         QTimer::singleShot(300, analysis, [&] { save(analysis, folder, "sar-analysis.png"); });
         QTimer::singleShot(400, &app, &QApplication::quit);

@@ -1,0 +1,121 @@
+#include "link/evaluationwindow.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QFocusEvent>
+#include <QGridLayout>
+#include <QMenuBar>
+#include <QPushButton>
+
+#include "link/targetport.h"
+#include "platform/messages.h"
+
+namespace kelp::link {
+
+EvaluationWindow::EvaluationWindow(platform::MessageSink& messages, QWidget* parent)
+    : QMainWindow(parent), messages_(messages) {}
+
+EvaluationWindow::~EvaluationWindow() = default;
+
+std::string EvaluationWindow::RunOutcomeText(const RunResult& result) {
+    const std::string samples = std::to_string(result.samples);
+    switch (result.outcome) {
+        case RunOutcome::PortBusy:
+            return std::string(kPortBusyText);
+        case RunOutcome::TargetSilent:
+            return "The target stopped answering after " + samples +
+                   " samples.\r\nCheck that the board is powered and connected, then press Run "
+                   "again.";
+        case RunOutcome::PortFailed:
+            return "The serial port stopped working after " + samples +
+                   " samples.\r\nCheck the cable and the port, then press Run again.";
+        case RunOutcome::Completed:
+        case RunOutcome::Stopped:
+        case RunOutcome::Aborted:
+            break;
+    }
+    return {};
+}
+
+void EvaluationWindow::makeFileMenu() {
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
+    file->setObjectName(QStringLiteral("File"));
+    QAction* exit = file->addAction(QStringLiteral("&Exit"));
+    exit->setObjectName(QStringLiteral("FileExit"));
+    connect(exit, &QAction::triggered, this, &EvaluationWindow::FileExit_Click);
+}
+
+QComboBox* EvaluationWindow::makeNumSamples(QWidget* parent, const QStringList& entries) {
+    numSamples_ = new QComboBox(parent);
+    numSamples_->setObjectName(QStringLiteral("NumSamples"));
+    numSamples_->setEditable(true);
+    numSamples_->setInsertPolicy(QComboBox::NoInsert);
+    numSamples_->setCompleter(nullptr);  // inline completion would turn a typed 1 into 1000
+    numSamples_->addItems(entries);
+    // The combo box holds the focus for its line edit and gets the focus events.
+    numSamples_->installEventFilter(this);
+    return numSamples_;
+}
+
+QWidget* EvaluationWindow::makeRunButtons(QWidget* parent) {
+    auto* cell = new QWidget(parent);
+    auto* grid = new QGridLayout(cell);
+    grid->setContentsMargins(0, 0, 0, 0);
+    runButton_ = new QPushButton(QStringLiteral("&Run"), cell);
+    runButton_->setObjectName(QStringLiteral("RunButton"));
+    stopButton_ = new QPushButton(QStringLiteral("&Stop"), cell);
+    stopButton_->setObjectName(QStringLiteral("StopButton"));
+    for (QPushButton* b : {runButton_, stopButton_}) {
+        b->setMinimumSize(110, 32);
+        // Both in one cell: a run shows one and hides the other.
+        grid->addWidget(b, 0, 0);
+    }
+    stopButton_->hide();
+    connect(runButton_, &QPushButton::clicked, this, &EvaluationWindow::RunButton_Click);
+    connect(stopButton_, &QPushButton::clicked, this, &EvaluationWindow::StopButton_Click);
+    return cell;
+}
+
+void EvaluationWindow::showSampling(bool sampling) {
+    runButton_->setVisible(!sampling);
+    stopButton_->setVisible(sampling);
+}
+
+void EvaluationWindow::RunButton_Click() {
+    // An access key leaves the focus where it was; the sample count must be checked first.
+    if (numSamples_ && numSamples_->hasFocus()) NumSamples_LostFocus();
+    const RunResult result = run();
+    const std::string text = RunOutcomeText(result);
+    if (!text.empty() && !exitRequested_) messages_.warning(text, "Warning");
+}
+
+void EvaluationWindow::StopButton_Click() { stop(); }
+
+void EvaluationWindow::FileExit_Click() {
+    requestExit();
+    close();
+}
+
+void EvaluationWindow::requestExit() {
+    if (exitRequested_) return;
+    exitRequested_ = true;
+    emit exitRequested();
+}
+
+void EvaluationWindow::closeEvent(QCloseEvent* event) {
+    requestExit();
+    event->accept();
+}
+
+bool EvaluationWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == numSamples_ && event->type() == QEvent::FocusOut) {
+        // The list's own popup and a switch to another program are no leaving of the box.
+        const auto reason = static_cast<QFocusEvent*>(event)->reason();
+        if (reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason)
+            NumSamples_LostFocus();
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+}  // namespace kelp::link

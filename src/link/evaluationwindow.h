@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QMainWindow>
+#include <string>
+
+#include "link/runstate.h"
+
+class QComboBox;
+class QPushButton;
+
+namespace kelp::platform {
+class MessageSink;
+}
+
+namespace kelp::link {
+
+// What both evaluation windows share: File > Exit and closing end the program (once), Run
+// and Stop take turns in one place, the sample count is checked when its box is left, and a
+// finished run asks for its analysis window. A family's window builds its controls, then
+// calls the make* helpers for the shared ones.
+class EvaluationWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    ~EvaluationWindow() override;
+
+    void FileExit_Click();
+    // Checks a sample count still being typed, then runs.
+    void RunButton_Click();
+    void StopButton_Click();
+    virtual void NumSamples_LostFocus() = 0;
+
+    // What the user reads after a run that ended early, or empty.
+    static std::string RunOutcomeText(const RunResult& result);
+
+signals:
+    void exitRequested();
+    // A run has finished and its results wait for the analysis window.
+    void analysisRequested();
+
+protected:
+    EvaluationWindow(platform::MessageSink& messages, QWidget* parent);
+
+    virtual RunResult run() = 0;
+    virtual void stop() = 0;
+
+    // The File menu with its Exit entry.
+    void makeFileMenu();
+    // An editable list that keeps what is typed; checked when the focus leaves it.
+    QComboBox* makeNumSamples(QWidget* parent, const QStringList& entries);
+    // Run and Stop in one cell; Stop hidden until a run starts.
+    QWidget* makeRunButtons(QWidget* parent);
+    void showSampling(bool sampling);
+    QComboBox* numSamples() const { return numSamples_; }
+
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void requestExit();
+
+    platform::MessageSink& messages_;
+    QComboBox* numSamples_ = nullptr;
+    QPushButton* runButton_ = nullptr;
+    QPushButton* stopButton_ = nullptr;
+    bool exitRequested_ = false;
+};
+
+}  // namespace kelp::link
