@@ -5,7 +5,8 @@
 #include "loader/frames.h"
 #include "loader/tempfile.h"
 #include "platform/progress.h"
-#include "shell/programstate.h"
+#include "link/link.h"
+#include "loader/download.h"
 #include "support/fakes.h"
 
 namespace kelp::loader {
@@ -27,7 +28,6 @@ public:
 class LoaderTest : public ::testing::Test {
 protected:
     LoaderTest() {
-        world.timer.onTick = [this] { state.TimerElapsed = true; };
         world.port.open();
     }
     // Answers every block written with `answer` after `delay` ms.
@@ -39,10 +39,10 @@ protected:
     }
 
     testing::FakeWorld world;
-    shell::ProgramState state;
-    shell::SharedDevices devices{world.port, world.timer, world.events};
+    link::Link link{world.port, world.timer, world.events};
+    LoaderState state;
     RecordingProgress progress;
-    SerialLoader loader{devices, state, progress};
+    SerialLoader loader{link, state, progress};
 };
 
 TEST_F(LoaderTest, WaitForBytesNeedsExactlyTheCount) {
@@ -73,7 +73,7 @@ TEST_F(LoaderTest, WaitForBytesNeedsExactlyTheCount) {
         EXPECT_EQ(loader.WaitForBytes(500, c.count), c.result) << c.name;
         EXPECT_DOUBLE_EQ(world.now - start, c.endsAt) << c.name;
         EXPECT_FALSE(world.timer.enabled()) << c.name;
-        EXPECT_FALSE(state.TimerElapsed) << c.name;
+        EXPECT_FALSE(link.TimerElapsed) << c.name;
         world.now += 1000;
     }
 }
@@ -85,7 +85,7 @@ TEST_F(LoaderTest, ResetKeepsReplyAndModel) {
     world.port.input = "stale";
     ASSERT_TRUE(loader.ResetDevice());
     EXPECT_EQ(world.port.writes.back(), kResetSequence);
-    EXPECT_EQ(state.TxBuffer, kResetSequence);
+    EXPECT_EQ(link.TxBuffer, kResetSequence);
     EXPECT_EQ(state.LoaderReply, "Zylo572 LDR214");
     EXPECT_EQ(state.ModelName, "Zylo572");
 }
@@ -168,6 +168,82 @@ TEST_F(LoaderTest, DownloadOfAMissingFileFails) {
     state.DownloadOk = true;
     EXPECT_FALSE(loader.DownloadCode("/nonexistent/image.hex"));
     EXPECT_TRUE(world.port.writes.empty());
+}
+
+TEST(LoaderReply, NamesTheModelAndVersion) {
+    EXPECT_EQ(modelNameFromReply("XXXXX70"), "Zylo570");
+    EXPECT_EQ(modelNameFromReply("abc"), "Zylo5");
+    EXPECT_EQ(versionFromReply("Zylo510 LDR21"), "2.1");
+    EXPECT_EQ(versionFromReply("short"), ".");
+}
+
+// The whole sequence against a chip that answers every request; `refuse` names a step that
+// is not acknowledged.
+class DownloadTest : public LoaderTest {
+protected:
+    DownloadResult download(const std::string& chipModel, const std::string& imagePath,
+                            const std::string& refuse = "") {
+        world.port.close();
+        answerEach([=](const std::string& block) -> std::string {
+            if (block == kResetSequence)
+                return chipModel + std::string(25 - chipModel.size(), '1');
+            const std::string step = block == eraseFrame() ? "erase"
+                                     : block == runFrame() ? "run"
+                                                           : "write";
+            return step == refuse ? "\x07" : "\x06";
+        });
+        DownloadHooks hooks;
+        hooks.imageFor = [=](const std::string& model) {
+            return model == "Zylo570" ? imagePath : std::string();
+        };
+        hooks.identified = [this](const std::string& model, const std::string& version) {
+            identified = model + " " + version;
+        };
+        return RunDownload(link, state, progress, hooks);
+    }
+    std::string identified;
+};
+
+TEST_F(DownloadTest, EachStepEndsTheSequenceWhereItFails) {
+    testing::TempFile f(image(3));
+    const struct {
+        const char* refuse;
+        DownloadStep reached;
+        size_t blocks;  // reset, erase, three records, run
+    } cases[] = {{"", DownloadStep::Done, 6},
+                 {"erase", DownloadStep::Erase, 2},
+                 {"write", DownloadStep::Transfer, 3},
+                 {"run", DownloadStep::Run, 6}};
+    for (const auto& c : cases) {
+        world.port.writes.clear();
+        const DownloadResult r = download("Zylo570", f.path(), c.refuse);
+        EXPECT_EQ(r.reached, c.reached) << c.refuse;
+        EXPECT_EQ(world.port.writes.size(), c.blocks) << c.refuse;
+        EXPECT_EQ(world.port.baudAtWrite.front(), 9600) << c.refuse;
+        EXPECT_FALSE(world.port.isOpen()) << c.refuse;
+    }
+    EXPECT_EQ(identified, "Zylo570 1.1");
+}
+
+TEST_F(DownloadTest, AModelWithoutAnImageIsErasedThenFailsTheCheck) {
+    const DownloadResult r = download("Zylo599", "");
+    EXPECT_EQ(r.reached, DownloadStep::CheckImage);
+    EXPECT_TRUE(r.unknownModel);
+    ASSERT_EQ(world.port.writes.size(), 2u);
+    EXPECT_EQ(world.port.writes[1], eraseFrame());
+    EXPECT_EQ(state.ModelName, "Zylo599");
+    EXPECT_FALSE(world.port.isOpen());
+}
+
+TEST_F(DownloadTest, ClosingTheProgramMidTransferFailsTheDownload) {
+    testing::TempFile f(image(20));
+    world.actAt(40, [this] { world.events.closing_ = true; });  // at about record 6
+    const DownloadResult r = download("Zylo570", f.path());
+    EXPECT_FALSE(r.ok());
+    EXPECT_TRUE(r.closing);
+    EXPECT_EQ(r.reached, DownloadStep::Transfer);
+    EXPECT_LT(world.port.writes.size(), 22u);
+    EXPECT_FALSE(world.port.isOpen());
 }
 
 }  // namespace

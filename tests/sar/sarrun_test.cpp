@@ -5,12 +5,16 @@
 #include <cstdio>
 #include <functional>
 
-#include "platform/recordingmessagesink.h"
-#include "shell/programstate.h"
+#include "link/evaluationwindow.h"
+#include "sar/sarpacket.h"
+#include "link/link.h"
 #include "support/fakes.h"
+#include "support/recordingtrace.h"
 
 namespace kelp::sar {
 namespace {
+
+using link::RunOutcome;
 
 std::string record(int code) {
     char buf[8];
@@ -23,27 +27,15 @@ class RecordingView final : public SarRunView {
 public:
     SarConfiguration configuration() const override { return config; }
     std::string numSamplesText() const override { return numSamples; }
-    void clearChart() override { points.clear(); }
-    void appendPoint(double code) override { points.push_back(code); }
-    double lowerBound() const override { return lower; }
-    double upperBound() const override { return upper; }
-    void setLowerBound(double v) override { lower = v; }
-    void setUpperBound(double v) override { upper = v; }
-    void setExtent(int samples) override { extents.push_back(samples); }
-    void setAxisLabels(const AxisLabels& l) override { labels = l; }
+    platform::Trace& trace() override { return chart; }
     void showSampling(bool sampling) override { samplingShown.push_back(sampling); }
     void openAnalysis() override {
         ++analyses;
         if (onAnalysis) onAnalysis();
     }
-
     SarConfiguration config;
     std::string numSamples = "4000";
-    std::vector<double> points;
-    double lower = 0x7FF;
-    double upper = 0x801;
-    std::vector<int> extents;
-    AxisLabels labels{"801H", "800H", "7FFH"};
+    testing::RecordingTrace chart;
     std::vector<bool> samplingShown;
     int analyses = 0;
     std::function<void()> onAnalysis;
@@ -52,13 +44,11 @@ public:
 class SarRunTest : public ::testing::Test {
 protected:
     SarRunTest() {
-        world.timer.onTick = [this] { state.TimerElapsed = true; };
-        world.port.setSettings("57600,N,8,1");
-        state.ModelName = "Zylo570";
+        view.config.model = "Zylo570";
         view.config.model = "Zylo570";
         view.config.adc = {true, 0, 1, 0};
         view.onAnalysis = [this] {
-            countAtAnalysis = state.SampleCount;
+            countAtAnalysis = runState.SampleCount;
             portOpenAtAnalysis = world.port.isOpen();
         };
         world.port.onWrite = [this](const std::string& block) {
@@ -88,11 +78,11 @@ protected:
     }
 
     testing::FakeWorld world;
-    shell::ProgramState state;
-    platform::RecordingMessageSink messages;
-    shell::SharedDevices devices{world.port, world.timer, world.events};
+    link::Link link{world.port, world.timer, world.events};
+    link::RunState runState;
+    SarResults results;
     RecordingView view;
-    SarRun run{state, devices, messages, view};
+    SarRun run{link, runState, results, view};
     std::function<void(int)> answer;
     std::vector<double> writeTimes;
     int requests = 0;
@@ -105,21 +95,20 @@ TEST_F(SarRunTest, SendsTheMessageWaitsThenTakesEveryPacket) {
     world.port.input = "stale bytes from an earlier run";  // would make the first reply long
     view.numSamples = "4000";
 
-    EXPECT_EQ(run.execute(), RunOutcome::Completed);
+    EXPECT_EQ(run.execute().outcome, RunOutcome::Completed);
 
     ASSERT_EQ(world.port.writes.size(), 42u);
     EXPECT_EQ(world.port.writes.front(), ConfigurationMessage(view.config));
     EXPECT_EQ(writeTimes[1], 100);  // the first request after the settling wait
-    EXPECT_EQ(state.TxBuffer, "S");
-    EXPECT_EQ(state.SampleBuffer[4000], codeOf(39, 99));
-    EXPECT_EQ(state.SampleBuffer[4001], 0);
-    EXPECT_EQ(view.points.size(), 4000u);
-    EXPECT_EQ(view.extents.back(), 4000);
+    EXPECT_EQ(link.TxBuffer, "S");
+    EXPECT_EQ(results.SampleBuffer[4000], codeOf(39, 99));
+    EXPECT_EQ(results.SampleBuffer[4001], 0);
+    EXPECT_EQ(view.chart.points.size(), 4000u);
+    EXPECT_EQ(view.chart.extents.back(), 4000);
     EXPECT_EQ(view.samplingShown, (std::vector<bool>{true, false}));
     EXPECT_EQ(countAtAnalysis, 4000);
     EXPECT_TRUE(portOpenAtAnalysis);
     EXPECT_FALSE(world.timer.enabled());
-    EXPECT_TRUE(messages.messages.empty());
 }
 
 TEST_F(SarRunTest, PacketCountFollowsTheRequestedNumber) {
@@ -132,16 +121,15 @@ TEST_F(SarRunTest, PacketCountFollowsTheRequestedNumber) {
         world.port.writes.clear();
         requests = 0;
         view.numSamples = c.numSamples;
-        EXPECT_EQ(run.execute(), RunOutcome::Completed) << c.numSamples;
-        EXPECT_EQ(state.SampleCount, c.sampleCount) << c.numSamples;
+        EXPECT_EQ(run.execute().outcome, RunOutcome::Completed) << c.numSamples;
+        EXPECT_EQ(runState.SampleCount, c.sampleCount) << c.numSamples;
         // The message, the requests, the stop byte: right after the message when none is due.
         EXPECT_EQ(world.port.writes.size(), static_cast<size_t>(c.packets + 2)) << c.numSamples;
         EXPECT_EQ(requestCount(), c.packets) << c.numSamples;
         EXPECT_EQ(world.port.writes.back(), "S") << c.numSamples;
     }
-    EXPECT_EQ(state.SampleBuffer[10000], codeOf(99, 99));
+    EXPECT_EQ(results.SampleBuffer[10000], codeOf(99, 99));
     EXPECT_EQ(view.analyses, 3);
-    EXPECT_TRUE(messages.messages.empty());
 }
 
 TEST_F(SarRunTest, StopDuringAPacketWaitEndsAfterThatPacket) {
@@ -149,25 +137,24 @@ TEST_F(SarRunTest, StopDuringAPacketWaitEndsAfterThatPacket) {
     view.numSamples = "10000";
     // Packet 3 is requested at 100 + 2 * 87 ms; Stop comes while it is on its way.
     world.actAt(100 + 2 * 87 + 40, [this] { run.requestStop(); });
-    EXPECT_EQ(run.execute(), RunOutcome::Stopped);
+    EXPECT_EQ(run.execute().outcome, RunOutcome::Stopped);
     EXPECT_EQ(requestCount(), 3);
-    EXPECT_EQ(state.SampleBuffer[300], codeOf(2, 99));
+    EXPECT_EQ(results.SampleBuffer[300], codeOf(2, 99));
     EXPECT_EQ(writeTimes.back(), 100 + 3 * 87);  // the stop byte follows that packet at once
     EXPECT_EQ(world.port.writes.back(), "S");
     EXPECT_EQ(countAtAnalysis, 300);
 }
 
-TEST_F(SarRunTest, ASilentTargetEndsTheRunWithAMessage) {
+TEST_F(SarRunTest, ASilentTargetEndsTheRunWithWhatCame) {
     answer = [this](int k) {
         if (k < 2) world.deliverAfter(87, packetText(k));
     };
-    EXPECT_EQ(run.execute(), RunOutcome::TargetSilent);
+    const link::RunResult result = run.execute();
+    EXPECT_EQ(result.outcome, RunOutcome::TargetSilent);
     EXPECT_EQ(requestCount(), 3);
     EXPECT_EQ(writeTimes.back(), 100 + 2 * 87 + 2000);
     EXPECT_EQ(world.port.writes.back(), "S");
-    ASSERT_EQ(messages.messages.size(), 1u);
-    EXPECT_EQ(messages.messages[0].title, "Warning");
-    EXPECT_EQ(messages.messages[0].text,
+    EXPECT_EQ(link::EvaluationWindow::RunOutcomeText(result),
               "The target stopped answering after 200 samples.\r\nCheck that the board is "
               "powered and connected, then press Run again.");
     EXPECT_EQ(countAtAnalysis, 200);
@@ -182,40 +169,37 @@ TEST_F(SarRunTest, TheSilenceLimitCountsFromTheLastByte) {
             world.deliverAfter(1500.0 * static_cast<double>(part + 1), p.substr(part * 100, 100));
     };
     view.numSamples = "200";
-    EXPECT_EQ(run.execute(), RunOutcome::Completed);
-    EXPECT_EQ(state.SampleBuffer[200], codeOf(1, 99));
+    EXPECT_EQ(run.execute().outcome, RunOutcome::Completed);
+    EXPECT_EQ(results.SampleBuffer[200], codeOf(1, 99));
 
     // Half a packet, then silence: counted from those bytes; their slots keep old contents.
     answer = [this](int) { world.deliverAfter(40, packetText(0).substr(0, 250)); };
-    state.SampleBuffer[1] = -7;
+    results.SampleBuffer[1] = -7;
     const double start = world.now;
-    EXPECT_EQ(run.execute(), RunOutcome::TargetSilent);
-    EXPECT_EQ(state.SampleBuffer[1], -7);
+    EXPECT_EQ(run.execute().outcome, RunOutcome::TargetSilent);
+    EXPECT_EQ(results.SampleBuffer[1], -7);
     EXPECT_EQ(writeTimes.back() - start, 100 + 40 + 2000);
-    EXPECT_EQ(messages.texts(), std::vector<std::string>{SilentTargetMessage(0)});
 }
 
 TEST_F(SarRunTest, ASecondRunClickDuringTheWaitFindsThePortOpen) {
     answerWithPackets();
     view.numSamples = "300";
-    RunOutcome second = RunOutcome::Completed;
+    link::RunResult second;
     world.actAt(50, [&] { second = run.execute(); });
-    EXPECT_EQ(run.execute(), RunOutcome::Completed);
-    EXPECT_EQ(second, RunOutcome::PortBusy);
-    ASSERT_EQ(messages.messages.size(), 1u);
-    EXPECT_EQ(messages.messages[0].text, "Com Port Already Open by another host");
-    EXPECT_EQ(messages.messages[0].title, "Warning");
+    EXPECT_EQ(run.execute().outcome, RunOutcome::Completed);
+    EXPECT_EQ(second.outcome, RunOutcome::PortBusy);
+    EXPECT_EQ(link::EvaluationWindow::RunOutcomeText(second),
+              "Com Port Already Open by another host");
     EXPECT_EQ(world.port.writes.size(), 5u);  // one message, three requests, one stop
-    EXPECT_EQ(state.SampleCount, 300);
+    EXPECT_EQ(runState.SampleCount, 300);
 }
 
 TEST_F(SarRunTest, APortThatWillNotOpenSendsNothing) {
     world.port.openResult = platform::OpenError::Busy;
-    state.SampleCount = 500;
-    EXPECT_EQ(run.execute(), RunOutcome::PortBusy);
+    runState.SampleCount = 500;
+    EXPECT_EQ(run.execute().outcome, RunOutcome::PortBusy);
     EXPECT_TRUE(world.port.writes.empty());
-    EXPECT_EQ(messages.texts(), std::vector<std::string>{"Com Port Already Open by another host"});
-    EXPECT_EQ(state.SampleCount, 500);
+    EXPECT_EQ(runState.SampleCount, 500);
     EXPECT_TRUE(view.samplingShown.empty());
     EXPECT_EQ(view.analyses, 0);
 }
@@ -223,11 +207,23 @@ TEST_F(SarRunTest, APortThatWillNotOpenSendsNothing) {
 TEST_F(SarRunTest, ClosingTheProgramEndsTheRunAtOnce) {
     answerWithPackets();
     world.actAt(100 + 87 + 20, [this] { world.events.closing_ = true; });
-    EXPECT_EQ(run.execute(), RunOutcome::Aborted);
+    EXPECT_EQ(run.execute().outcome, RunOutcome::Aborted);
     EXPECT_EQ(world.port.writes.back(), "R");
-    EXPECT_TRUE(messages.messages.empty());
     EXPECT_EQ(view.analyses, 0);
     EXPECT_FALSE(world.port.isOpen());
+    EXPECT_FALSE(world.timer.enabled());
+}
+
+TEST_F(SarRunTest, APortThatFailsDuringAWaitEndsTheRun) {
+    answer = [this](int k) {
+        if (k == 0) world.deliverAfter(87, packetText(k));
+        if (k == 1) world.actAt(world.now + 30, [this] { world.port.failNow = true; });
+    };
+    const link::RunResult result = run.execute();
+    EXPECT_EQ(result.outcome, RunOutcome::PortFailed);
+    EXPECT_EQ(result.samples, 100);
+    EXPECT_EQ(writeTimes.back(), 100 + 87 + 30);  // noticed at once, not at the silence limit
+    EXPECT_EQ(view.analyses, 1);
     EXPECT_FALSE(world.timer.enabled());
 }
 
@@ -242,21 +238,19 @@ TEST_F(SarRunTest, BoundsWidenAndLabelsFollow) {
         run.execute();
     };
     // The extremes mid-packet; an earlier run's bounds give way to the first sample.
-    view.lower = 0;
-    view.upper = 4000;
+    view.chart.lower = 0;
+    view.chart.upper = 4000;
     onePacket([](int j) { return j == 30 ? 0x7F0 : j == 60 ? 0x812 : 0x800; });
-    EXPECT_EQ(view.lower, 0x7EF);
-    EXPECT_EQ(view.upper, 0x813);
-    EXPECT_EQ(view.labels.lower, "7EF");
-    EXPECT_EQ(view.labels.middle, "801");
-    EXPECT_EQ(view.labels.upper, "813");
-    EXPECT_EQ(state.MinCode, 0x7F0);
-    EXPECT_EQ(state.MaxCode, 0x812);
+    EXPECT_EQ(view.chart.lower, 0x7EF);
+    EXPECT_EQ(view.chart.upper, 0x813);
+    EXPECT_EQ(view.chart.labels, (std::vector<std::string>{"813", "801", "7EF"}));
+    EXPECT_EQ(results.MinCode, 0x7F0);
+    EXPECT_EQ(results.MaxCode, 0x812);
 
     // The next run starts the extremes again: a code of 0 is not above the reset maximum.
     onePacket([](int j) { return j % 3; });
-    EXPECT_EQ(view.lower, -1);
-    EXPECT_EQ(view.upper, 3);
+    EXPECT_EQ(view.chart.lower, -1);
+    EXPECT_EQ(view.chart.upper, 3);
 }
 
 }  // namespace

@@ -23,8 +23,8 @@ public:
     explicit FakeSerialPort(FakeWorld& world) : world_(world) {}
     void setPortName(const std::string& device) override { device_ = device; }
     std::string portName() const override { return device_; }
-    void setSettings(const std::string& s) override { settings_ = s; }
-    std::string settings() const override { return settings_; }
+    void setLineSettings(const platform::LineSettings& s) override { settings_ = s; }
+    platform::LineSettings lineSettings() const override { return settings_; }
     platform::OpenError open() override {
         if (open_) return platform::OpenError::AlreadyOpen;
         if (openResult != platform::OpenError::None) return openResult;
@@ -41,12 +41,13 @@ public:
         out.swap(input);
         return out;
     }
-    bool failed() const override { return false; }
+    bool failed() const override { return open_ && failNow; }
 
     platform::OpenError openResult = platform::OpenError::None;
     std::string input;                // bytes waiting
     std::vector<std::string> writes;  // every block written, in order
-    std::vector<std::string> settingsAtWrite;
+    std::vector<int> baudAtWrite;  // the speed in force for each block
+    bool failNow = false;           // the device has gone
     int openCount = 0;
     // Called for every block written; may schedule answers through the world.
     std::function<void(const std::string& block)> onWrite;
@@ -54,7 +55,7 @@ public:
 private:
     FakeWorld& world_;
     std::string device_;
-    std::string settings_ = "9600,N,8,1";
+    platform::LineSettings settings_;
     bool open_ = false;
 };
 
@@ -137,7 +138,7 @@ public:
 
 inline void FakeSerialPort::write(const std::string& block) {
     writes.push_back(block);
-    settingsAtWrite.push_back(settings_);
+    baudAtWrite.push_back(settings_.baud);
     if (onWrite) onWrite(block);
 }
 
