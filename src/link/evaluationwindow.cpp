@@ -23,6 +23,9 @@ std::string EvaluationWindow::RunOutcomeText(const RunResult& result) {
     switch (result.outcome) {
         case RunOutcome::PortBusy:
             return std::string(kPortBusyText);
+        case RunOutcome::TooManySamples:
+            return "A run takes at most 2000 samples.\r\nEnter a smaller number in Num of "
+                   "Samples, then press Run again.";
         case RunOutcome::TargetSilent:
             return "The target stopped answering after " + samples +
                    " samples.\r\nCheck that the board is powered and connected, then press Run "

@@ -3,9 +3,7 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMouseEvent>
 #include <QVBoxLayout>
-#include <cmath>
 #include <string>
 #include <string_view>
 
@@ -111,31 +109,27 @@ const GroupRow kGroups[kGroupCount] = {
 }  // namespace
 
 RegisterPanel::RegisterPanel(const FrameHeights& heights, QWidget* parent)
-    : QGroupBox(QStringLiteral("DIGITAL Peripherals - Click to Configure"), parent),
-      boxes_(std::make_unique<Boxes>()),
-      heights_(heights),
-      height_(heights.expanded) {
+    : FoldingFrame(QStringLiteral("DIGITAL Peripherals - Click to Configure"), heights, parent),
+      boxes_(std::make_unique<Boxes>()) {
     setObjectName(QStringLiteral("DigitalFrame"));
-    setAccessibleName(title());
     setToolTip(tr("Click the frame to show or hide the register boxes"));
-    setCursor(Qt::PointingHandCursor);
     buildBoxes();
     connectHandlers();
-    setFrameHeight(height_);
+    setFrameHeight(heights.expanded);
 }
 
 RegisterPanel::~RegisterPanel() = default;
 
 void RegisterPanel::buildBoxes() {
-    content_ = new QWidget(this);
-    auto* grid = new QGridLayout(content_);
+    QWidget* content = foldedPart();
+    auto* grid = new QGridLayout(content);
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setHorizontalSpacing(8);
     grid->setVerticalSpacing(6);
 
     QGridLayout* groupLayouts[kGroupCount];
     for (int g = 0; g < kGroupCount; ++g) {
-        auto* frame = new QGroupBox(QString::fromLatin1(kGroups[g].caption), content_);
+        auto* frame = new QGroupBox(QString::fromLatin1(kGroups[g].caption), content);
         frame->setObjectName(QString::fromLatin1(kGroups[g].name));
         boxes_.get()->*kGroups[g].frame = frame;
         groupLayouts[g] = new QGridLayout(frame);
@@ -174,7 +168,7 @@ void RegisterPanel::buildBoxes() {
 
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(8, 4, 8, 8);
-    outer->addWidget(content_);
+    outer->addWidget(content);
     outer->addStretch(1);
 }
 
@@ -202,38 +196,17 @@ void RegisterPanel::T0SFR_Change() { verifyBox(boxes_->T0SFR, Verify16bitSFR); }
 void RegisterPanel::T1SFR_Change() { verifyBox(boxes_->T1SFR, Verify16bitSFR); }
 void RegisterPanel::TIMECONSFR_Change() { verifyBox(boxes_->TIMECONSFR, Verify8bitSFR); }
 
-bool RegisterPanel::isExpanded() const { return height_ >= heights_.threshold; }
-
-void RegisterPanel::setFrameHeight(double height) {
-    if (!std::isfinite(height) || height < 0) height = heights_.collapsed;
-    height_ = height;
-    content_->setVisible(isExpanded());
-    setFixedHeight(static_cast<int>(std::lround(height_)));
-    emit frameHeightChanged(height_);
-}
-
-void RegisterPanel::DigitalFrame_Click() {
-    setFrameHeight(height_ < heights_.threshold ? heights_.expanded : heights_.collapsed);
-}
-
-// Clicks on a box are the box's own; any other click on the frame, its group frames or
-// its labels comes here.
-void RegisterPanel::mousePressEvent(QMouseEvent* event) {
-    pressed_ = event->button() == Qt::LeftButton;
-    event->accept();
-}
-
-void RegisterPanel::mouseReleaseEvent(QMouseEvent* event) {
-    const bool click = pressed_ && event->button() == Qt::LeftButton &&
-                       rect().contains(event->position().toPoint());
-    pressed_ = false;
-    event->accept();
-    if (click) DigitalFrame_Click();
-}
+void RegisterPanel::DigitalFrame_Click() { toggle(); }
 
 QLineEdit* RegisterPanel::box(std::string_view name) const {
     for (const BoxRow& row : kBoxes)
         if (name == row.name) return boxes_.get()->*row.box;
+    return nullptr;
+}
+
+QGroupBox* RegisterPanel::groupFrame(std::string_view name) const {
+    for (const GroupRow& g : kGroups)
+        if (name == g.name) return boxes_.get()->*g.frame;
     return nullptr;
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QGroupBox>
 #include <memory>
 #include <string_view>
 
+#include "link/foldingframe.h"
 #include "link/registerrules.h"
 
 class QLabel;
@@ -11,19 +11,11 @@ class QLineEdit;
 
 namespace kelp::link {
 
-// The collapsible frame heights of an evaluation window, in pixels. A click on the caption
-// expands a frame lower than `threshold` and collapses any other.
-struct FrameHeights {
-    double threshold;
-    double expanded;
-    double collapsed;
-};
-
 // DigitalFrame: the digital-peripheral register boxes of both evaluation windows, in four
 // group frames. Every verified box rewrites itself to its canonical text on every change,
 // typed or set by the program; the UART boxes are free text. A click anywhere on the frame
 // outside a box expands or collapses it; no key does.
-class RegisterPanel final : public QGroupBox {
+class RegisterPanel final : public FoldingFrame {
     Q_OBJECT
 public:
     explicit RegisterPanel(const FrameHeights& heights, QWidget* parent = nullptr);
@@ -31,16 +23,12 @@ public:
 
     struct Boxes;  // the boxes and group frames, known only to the panel
 
-    // The frame's height in the window's units (pixels; fractions are kept for the rule
-    // and rounded for display). The boxes show only when the frame is expanded.
-    double frameHeight() const { return height_; }
-    void setFrameHeight(double height);
-    bool isExpanded() const;
-
     void DigitalFrame_Click();
 
     // A register box by its name ("T0SFR", "PLLCONSFR"); nullptr for an unknown name.
     QLineEdit* box(std::string_view name) const;
+    // A group frame by its name ("Frame3"), for a window that adds a control of its own.
+    QGroupBox* groupFrame(std::string_view name) const;
     // The texts a configuration message carries.
     RegisterTexts texts() const;
 
@@ -61,22 +49,14 @@ public:
     void T1SFR_Change();
     void TIMECONSFR_Change();
 
-signals:
-    void frameHeightChanged(double height);
-
 protected:
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
+    void clicked() override { DigitalFrame_Click(); }
 
 private:
     void buildBoxes();
     void connectHandlers();
 
     std::unique_ptr<Boxes> boxes_;
-    FrameHeights heights_;
-    double height_;
-    QWidget* content_ = nullptr;
-    bool pressed_ = false;
 };
 
 }  // namespace kelp::link

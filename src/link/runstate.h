@@ -12,7 +12,8 @@ struct RunState {
 
 // How a run ended; the window turns it into what the user reads.
 enum class RunOutcome {
-    PortBusy,      // the port could not be opened; nothing sent
+    PortBusy,        // the port could not be opened; nothing sent
+    TooManySamples,  // more samples than the stores hold; nothing sent
     Completed,     // the requested count was reached
     Stopped,       // Stop ended it early
     TargetSilent,  // the target stopped answering; ended with what had come

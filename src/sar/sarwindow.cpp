@@ -67,9 +67,8 @@ QLabel* makeLabel(QWidget* parent, const char* name, const char* caption, QWidge
 }  // namespace
 
 struct SarWindow::Ui {
+    explicit Ui(link::Link& l) : link(l) {}
     link::Link& link;
-    link::RunState& run;
-    SarResults& results;
     std::string model;
 
     QGroupBox* ADC = nullptr;
@@ -136,7 +135,7 @@ private:
 
 SarWindow::SarWindow(link::Link& link, link::RunState& run, SarResults& results,
                      platform::MessageSink& messages, QWidget* parent)
-    : EvaluationWindow(messages, parent), ui_(new Ui{link, run, results, {}}) {
+    : EvaluationWindow(messages, parent), ui_(std::make_unique<Ui>(link)) {
     setObjectName(QStringLiteral("SAR_KELP"));
     setWindowTitle(QStringLiteral("KELP - SAR ADC"));
     Ui& u = *ui_;
