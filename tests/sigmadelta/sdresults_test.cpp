@@ -1,0 +1,77 @@
+#include "sigmadelta/sdresults.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "link/textforms.h"
+
+namespace kelp::sigmadelta {
+namespace {
+
+TEST(AssembleResults, EachModelsLayout) {
+    const PacketBytes bytes = {0x80, 0x01, 0x23, 0x45, 0x67, 0x89};
+    const struct {
+        const char* model;
+        int32_t primary, aux, auxStartMin;
+    } cases[] = {
+        {"Zylo530", 0x8001, 0x8023, 0x10000},       {"Zylo561", 0x8001, 0x8023, 0x10000},
+        {"Zylo540", 0x800123, 0x8023, 0x10000},     {"Zylo582", 0x800123, 0x8023, 0x10000},
+        {"Zylo580", 0x800123, 0x456789, 0x1000000},
+    };
+    for (const auto& c : cases) {
+        const SampleResults r = AssembleResults(c.model, bytes);
+        EXPECT_EQ(std::vector<int32_t>({r.primaryCode, r.primaryRaw, r.auxCode}),
+                  std::vector<int32_t>({c.primary, 0x800123, c.aux}))
+            << c.model;
+        EXPECT_EQ(StartingExtremes(c.model).AuxMinCode, c.auxStartMin) << c.model;
+    }
+}
+
+struct Step {
+    int32_t code;
+    bool refresh;
+    double upper, lower;
+    std::string labels;  // upper|middle|lower
+};
+
+// Feeds codes through one chart's rule, checking the scale after each.
+void feed(const char* model, bool aux, ChartScale s, const std::vector<Step>& steps) {
+    for (const Step& step : steps) {
+        SCOPED_TRACE(testing::Message() << model << " code " << std::hex << step.code);
+        const ScaleStep next =
+            aux ? AuxScaleStep(model, s, step.code) : SnappedScaleStep(s, step.code);
+        EXPECT_EQ(next.refreshLabels, step.refresh);
+        EXPECT_EQ(next.scale.upperBound, step.upper);
+        EXPECT_EQ(next.scale.lowerBound, step.lower);
+        const AxisLabels l = aux ? AuxAxisLabels(model, next.scale) : PrimaryAxisLabels(next.scale);
+        EXPECT_EQ(l.upper + "|" + l.middle + "|" + l.lower, step.labels);
+        s = next.scale;
+    }
+}
+
+TEST(ChartScale, PrimarySnapsTo16WithOneStepMargin) {
+    const ChartScale start{0, 0x1000000, 0x800100, 0x7FFE00};  // the design bounds
+    feed("Zylo540", false, start,
+         {{0x800123, true, 0x800130, 0x800110, "800130|800120|800110"},
+          {0x800123, false, 0x800130, 0x800110, "800130|800120|800110"},
+          {0x80013F, true, 0x800140, 0x800110, "800140|800128|800110"},
+          {0x80010F, true, 0x800140, 0x8000F0, "800140|800118|8000F0"}});
+    // Code 0 is no new maximum: only the lower bound moves, below 0.
+    feed("Zylo540", false, start,
+         {{0, true, 0x800100, -16, "800100|" + link::HexCode((0x800100 - 16) / 2) + "|-10"}});
+}
+
+TEST(ChartScale, AuxiliaryRulePerModel) {
+    feed("Zylo580", true, {0, 0x1000000, 0x800100, 0x7FFE00},
+         {{0x456789, true, 0x456790, 0x456770, "456790|456780|456770"}});
+    // Other models: the bounds are the codes; a half middle goes to the even neighbour.
+    feed("Zylo560", true, {0, 0x10000, 0x8001, 0x7FFE},
+         {{0x8021, true, 0x8021, 0x8021, "8021|8021|8021"},
+          {0x8020, true, 0x8021, 0x8020, "8021|8020|8020"},
+          {0x8023, true, 0x8023, 0x8020, "8023|8022|8020"},
+          {0x8022, false, 0x8023, 0x8020, "8023|8022|8020"}});
+}
+
+}  // namespace
+}  // namespace kelp::sigmadelta
