@@ -88,7 +88,11 @@ void EvaluationWindow::showSampling(bool sampling) {
 void EvaluationWindow::RunButton_Click() {
     // An access key leaves the focus where it was; the sample count must be checked first.
     if (numSamples_ && numSamples_->hasFocus()) NumSamples_LostFocus();
+    // A second click during the settling wait runs too, and finds the port open.
+    const bool outer = !running_;
+    running_ = true;
     const RunResult result = run();
+    if (outer) running_ = false;
     const std::string text = RunOutcomeText(result);
     if (!text.empty() && !exitRequested_) messages_.warning(text, "Warning");
 }

@@ -51,6 +51,8 @@ protected:
     QWidget* makeRunButtons(QWidget* parent);
     void showSampling(bool sampling);
     QComboBox* numSamples() const { return numSamples_; }
+    // True from a Run click until its run has ended.
+    bool running() const { return running_; }
 
     void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -63,6 +65,7 @@ private:
     QPushButton* runButton_ = nullptr;
     QPushButton* stopButton_ = nullptr;
     bool exitRequested_ = false;
+    bool running_ = false;
 };
 
 }  // namespace kelp::link

@@ -20,7 +20,7 @@ void FoldingFrame::setFrameHeight(double height) {
     if (!std::isfinite(height) || height < 0) height = heights_.collapsed;
     height_ = height;
     folded_->setVisible(isExpanded());
-    setFixedHeight(static_cast<int>(std::lround(height_)));
+    setFixedHeight(static_cast<int>(std::lround(height_ * heights_.pixelsPerUnit)));
     emit frameHeightChanged(height_);
 }
 

@@ -4,12 +4,13 @@
 
 namespace kelp::link {
 
-// The collapsible frame heights of an evaluation window, in pixels. A click expands a frame
-// lower than `threshold` and collapses any other.
+// The collapsible frame heights of an evaluation window, in the window's units. A click
+// expands a frame lower than `threshold` and collapses any other.
 struct FrameHeights {
     double threshold;
     double expanded;
     double collapsed;
+    double pixelsPerUnit = 1.0;
 };
 
 // A frame that a click anywhere on it, outside its own controls, expands or collapses; no key
