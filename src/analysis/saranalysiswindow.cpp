@@ -65,7 +65,6 @@ struct SarAnalysisWindow::Ui {
     platform::ChartPanel* Graph = nullptr;
 
     QPushButton* ReturnButton = nullptr;
-
 };
 
 namespace {
@@ -85,37 +84,37 @@ struct Field {
 
 // Row-major over a grid of two rows of four.
 const Field kSettingsFields[] = {
-    {&SarAnalysisWindow::Ui::ADCChan, "ADCChan", &SarAnalysisWindow::Ui::Label3, "Label3", "Input Channel",
-     "ADC0"},
-    {&SarAnalysisWindow::Ui::ADCRef, "ADCRef", &SarAnalysisWindow::Ui::Label9, "Label9", "ADC Reference",
-     "Int 2.5V"},
+    {&SarAnalysisWindow::Ui::ADCChan, "ADCChan", &SarAnalysisWindow::Ui::Label3, "Label3",
+     "Input Channel", "ADC0"},
+    {&SarAnalysisWindow::Ui::ADCRef, "ADCRef", &SarAnalysisWindow::Ui::Label9, "Label9",
+     "ADC Reference", "Int 2.5V"},
     {&SarAnalysisWindow::Ui::VrefTextbox, "VrefTextbox", &SarAnalysisWindow::Ui::Label5, "Label5",
      "External Vref (V)", "2.5"},
-    {&SarAnalysisWindow::Ui::MasterClockTextbox, "MasterClockTextbox", &SarAnalysisWindow::Ui::Label2,
-     "Label2", "Master Clock (MHz)", "11.0592"},
+    {&SarAnalysisWindow::Ui::MasterClockTextbox, "MasterClockTextbox",
+     &SarAnalysisWindow::Ui::Label2, "Label2", "Master Clock (MHz)", "11.0592"},
     {&SarAnalysisWindow::Ui::ConvTime, "ConvTime", &SarAnalysisWindow::Ui::Label12, "Label12",
      "Conversion Time", ""},
-    {&SarAnalysisWindow::Ui::AcqTime, "AcqTime", &SarAnalysisWindow::Ui::Label4, "Label4", "Aquistion Time",
-     ""},
-    {&SarAnalysisWindow::Ui::SampFreqTextbox, "SampFreqTextbox", &SarAnalysisWindow::Ui::Label14, "Label14",
-     "Sampling Freq (kHz)", ""},
+    {&SarAnalysisWindow::Ui::AcqTime, "AcqTime", &SarAnalysisWindow::Ui::Label4, "Label4",
+     "Aquistion Time", ""},
+    {&SarAnalysisWindow::Ui::SampFreqTextbox, "SampFreqTextbox", &SarAnalysisWindow::Ui::Label14,
+     "Label14", "Sampling Freq (kHz)", ""},
     {&SarAnalysisWindow::Ui::ConversionTimeTextbox, "ConversionTimeTextbox",
      &SarAnalysisWindow::Ui::Label16, "Label16", "Conversion Time (us)", ""},
 };
 
 const Field kResultFields[] = {
-    {&SarAnalysisWindow::Ui::MinCodeTextbox, "MinCodeTextbox", &SarAnalysisWindow::Ui::Label22, "Label22",
-     "Min Code (Hex)", "7FF"},
-    {&SarAnalysisWindow::Ui::MaxCodeTextBox, "MaxCodeTextBox", &SarAnalysisWindow::Ui::Label23, "Label23",
-     "Max Code (Hex)", "801"},
+    {&SarAnalysisWindow::Ui::MinCodeTextbox, "MinCodeTextbox", &SarAnalysisWindow::Ui::Label22,
+     "Label22", "Min Code (Hex)", "7FF"},
+    {&SarAnalysisWindow::Ui::MaxCodeTextBox, "MaxCodeTextBox", &SarAnalysisWindow::Ui::Label23,
+     "Label23", "Max Code (Hex)", "801"},
     {&SarAnalysisWindow::Ui::CodeDistributionTextbox, "CodeDistributionTextbox",
      &SarAnalysisWindow::Ui::Label21, "Label21", "Code Distribution", ""},
-    {&SarAnalysisWindow::Ui::NumberMinCode, "NumberMinCode", &SarAnalysisWindow::Ui::Label6, "Label6",
-     "Occurances of Min Code", ""},
-    {&SarAnalysisWindow::Ui::NumberMidCode, "NumberMidCode", &SarAnalysisWindow::Ui::Label7, "Label7",
-     "Occurances of Median", ""},
-    {&SarAnalysisWindow::Ui::NumberMaxCode, "NumberMaxCode", &SarAnalysisWindow::Ui::Label1, "Label1",
-     "Occurances of Max Code", ""},
+    {&SarAnalysisWindow::Ui::NumberMinCode, "NumberMinCode", &SarAnalysisWindow::Ui::Label6,
+     "Label6", "Occurances of Min Code", ""},
+    {&SarAnalysisWindow::Ui::NumberMidCode, "NumberMidCode", &SarAnalysisWindow::Ui::Label7,
+     "Label7", "Occurances of Median", ""},
+    {&SarAnalysisWindow::Ui::NumberMaxCode, "NumberMaxCode", &SarAnalysisWindow::Ui::Label1,
+     "Label1", "Occurances of Max Code", ""},
 };
 
 const QColor kBarColor(255, 0, 0);
@@ -138,7 +137,6 @@ QLabel* makeLabel(const char* name, const QString& text, QWidget* parent) {
 QString text(const std::string& s) { return QString::fromStdString(s); }
 
 }  // namespace
-
 
 SarAnalysisWindow::SarAnalysisWindow(const std::string& model, QWidget* parent)
     : QMainWindow(parent), ui_(std::make_unique<Ui>()) {
@@ -236,8 +234,8 @@ QWidget* SarAnalysisWindow::buildHistogramPanel() {
     ui_->MidCodeHistogramTextbox->setAlignment(Qt::AlignHCenter);
     ui_->MaxCodeHistogramTextbox->setAlignment(Qt::AlignRight);
     auto* marks = new QHBoxLayout();
-    for (QLineEdit* mark :
-         {ui_->MinCodeHistogramTextbox, ui_->MidCodeHistogramTextbox, ui_->MaxCodeHistogramTextbox}) {
+    for (QLineEdit* mark : {ui_->MinCodeHistogramTextbox, ui_->MidCodeHistogramTextbox,
+                            ui_->MaxCodeHistogramTextbox}) {
         mark->setFrame(false);
         mark->setFixedWidth(90);
         QPalette palette = mark->palette();
@@ -254,8 +252,8 @@ QWidget* SarAnalysisWindow::buildHistogramPanel() {
 }
 
 QWidget* SarAnalysisWindow::buildGraphPanel() {
-    ui_->Graph = new platform::ChartPanel({"Graph", "GraphMaxLabel", "GraphMidLabel",
-                                           "GraphMinLabel", "801H", "800H", "7FFH"});
+    ui_->Graph = new platform::ChartPanel(
+        {"Graph", "GraphMaxLabel", "GraphMidLabel", "GraphMinLabel"}, {"801H", "800H", "7FFH"});
     ui_->Graph->setMinimumHeight(160);
     return ui_->Graph;
 }
@@ -292,7 +290,8 @@ void SarAnalysisWindow::AnalyseData(const SarRunSettings& settings, const SarRun
     const QString minText = noSamples ? QString() : text(HexCode(minCode));
     const QString maxText = noSamples ? QString() : text(HexCode(maxCode));
     ui_->MaxCodeHistogramTextbox->setText(maxText);
-    ui_->MidCodeHistogramTextbox->setText(noSamples ? QString() : text(MiddleCode(minCode, maxCode)));
+    ui_->MidCodeHistogramTextbox->setText(noSamples ? QString()
+                                                    : text(MiddleCode(minCode, maxCode)));
     ui_->MinCodeHistogramTextbox->setText(minText);
     ui_->MaxCodeTextBox->setText(maxText);
     ui_->MinCodeTextbox->setText(minText);

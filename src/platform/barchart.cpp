@@ -1,9 +1,11 @@
 #include "platform/barchart.h"
 
-#include <QBarCategoryAxis>
 #include <QBarSet>
 #include <QChart>
 #include <QChartView>
+#include <QGraphicsPathItem>
+#include <QPainterPath>
+#include <QPen>
 #include <QStackedBarSeries>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -12,11 +14,34 @@
 
 namespace kelp::platform {
 
+namespace {
+constexpr int kColumnMarkLength = 4;
+}
+
 BarChart::BarChart(QWidget* parent) : QWidget(parent) {
     chart_ = new QChart();
     chart_->legend()->hide();
     chart_->setMargins(QMargins(4, 4, 4, 4));
     chart_->setBackgroundRoundness(0);
+    series_ = new QStackedBarSeries(chart_);
+    series_->setBarWidth(0.9);
+    chart_->addSeries(series_);
+    // Column i stands at i - 1 on a plain number axis whose title is the row label. An axis
+    // lays out a text for every tick, shown or not, at every layout pass: this one has only its
+    // two end ticks, and the marks between the columns are a path of their own.
+    xAxis_ = new QValueAxis(chart_);
+    xAxis_->setLabelsVisible(false);
+    xAxis_->setGridLineVisible(false);
+    xAxis_->setTickCount(2);
+    yAxis_ = new QValueAxis(chart_);
+    yAxis_->setLabelFormat("%d");
+    chart_->addAxis(xAxis_, Qt::AlignBottom);
+    chart_->addAxis(yAxis_, Qt::AlignLeft);
+    series_->attachAxis(xAxis_);
+    series_->attachAxis(yAxis_);
+    columnMarks_ = new QGraphicsPathItem(chart_);
+    columnMarks_->setPen(QPen(xAxis_->linePenColor(), 0));
+    connect(chart_, &QChart::plotAreaChanged, this, &BarChart::placeColumnMarks);
     view_ = new QChartView(chart_, this);
     view_->setMinimumSize(200, 150);
     auto* layout = new QVBoxLayout(this);
@@ -46,7 +71,7 @@ void BarChart::setRowLabel(const QString& label) {
 }
 
 void BarChart::setColumnColor(int column, const QColor& color) {
-    if (column < 1 || column > colors_.size()) return;
+    if (column < 1 || column > colors_.size() || colors_[column - 1] == color) return;
     colors_[column - 1] = color;
     scheduleRebuild();
 }
@@ -74,42 +99,44 @@ void BarChart::flush() {
 }
 
 void BarChart::rebuild() {
-    chart_->removeAllSeries();
-    for (QAbstractAxis* axis : chart_->axes()) {
-        chart_->removeAxis(axis);
-        delete axis;
-    }
+    ++rebuilds_;
     // One stacked set per colour, holding the columns of that colour and zero elsewhere:
     // every column shows in its own colour, and a one-colour chart is a single set.
-    auto* series = new QStackedBarSeries();
-    series->setBarWidth(0.9);
-    int top = 1;
+    QList<QBarSet*> sets;
     QVector<QColor> done;
+    int top = 1;
     for (int c = 0; c < columns_; ++c) {
         top = std::max(top, values_[c]);
         if (done.contains(colors_[c])) continue;
         done.append(colors_[c]);
         auto* set = new QBarSet(QString());
-        for (int i = 0; i < columns_; ++i) *set << (colors_[i] == colors_[c] ? values_[i] : 0);
+        QList<qreal> heights(columns_, 0);
+        for (int i = 0; i < columns_; ++i)
+            if (colors_[i] == colors_[c]) heights[i] = values_[i];
+        set->append(heights);
         set->setColor(colors_[c]);
         set->setBorderColor(colors_[c].darker(130));
-        series->append(set);
+        sets.append(set);
     }
-    chart_->addSeries(series);
-    auto* xAxis = new QBarCategoryAxis();
-    QStringList categories;
-    for (int i = 0; i < columns_; ++i) categories << QString(i, QChar(' '));
-    if (columns_ > 0 && !rowLabel_.isEmpty()) categories[0] = rowLabel_;
-    xAxis->append(categories);
-    xAxis->setLabelsVisible(!rowLabel_.isEmpty());
-    xAxis->setGridLineVisible(false);
-    auto* yAxis = new QValueAxis();
-    yAxis->setRange(0, top + top / 10 + 1);
-    yAxis->setLabelFormat("%d");
-    chart_->addAxis(xAxis, Qt::AlignBottom);
-    chart_->addAxis(yAxis, Qt::AlignLeft);
-    series->attachAxis(xAxis);
-    series->attachAxis(yAxis);
+    series_->clear();
+    series_->append(sets);
+    xAxis_->setRange(-0.5, std::max(columns_, 1) - 0.5);
+    xAxis_->setTitleText(rowLabel_);
+    xAxis_->setTitleVisible(!rowLabel_.isEmpty());
+    yAxis_->setRange(0, top + top / 10 + 1);
+    placeColumnMarks();
+}
+
+void BarChart::placeColumnMarks() {
+    const QRectF plot = chart_->plotArea();
+    const int n = std::max(columns_, 1);
+    QPainterPath marks;
+    for (int i = 0; i <= n; ++i) {
+        const double x = plot.left() + i * plot.width() / n;
+        marks.moveTo(x, plot.bottom());
+        marks.lineTo(x, plot.bottom() + kColumnMarkLength);
+    }
+    columnMarks_->setPath(marks);
 }
 
 }  // namespace kelp::platform

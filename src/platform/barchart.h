@@ -7,13 +7,16 @@
 
 class QChart;
 class QChartView;
+class QGraphicsPathItem;
 class QStackedBarSeries;
-class QBarCategoryAxis;
 class QValueAxis;
 
 namespace kelp::platform {
 
-// A bar chart of one row of columns; every column has its own fill colour.
+// A bar chart of one row of columns; every column has its own fill colour. Changes are
+// gathered and drawn together: however many calls an analysis makes, the chart is rebuilt
+// once, on the next pass of the event loop (or at flush()). The chart, its series and its
+// axes live as long as the widget; a rebuild only hands the series new bars.
 class BarChart final : public QWidget {
     Q_OBJECT
 public:
@@ -25,6 +28,7 @@ public:
     void setData(const QVector<int>& values);
     void setColumnCount(int count);
     int columnCount() const { return columns_; }
+    // The row's label, shown under the columns.
     void setRowLabel(const QString& label);
     QString rowLabel() const { return rowLabel_; }
     // Column numbers count from 1.
@@ -32,21 +36,28 @@ public:
     QColor columnColor(int column) const;
     int value(int column) const;
 
-    // Draws pending changes now; otherwise they are drawn once, on the next pass of the
-    // event loop.
+    // Draws pending changes now.
     void flush();
+    // How many times the chart has been rebuilt since it was made.
+    int rebuildCount() const { return rebuilds_; }
 
 private:
     void rebuild();
     void scheduleRebuild();
+    void placeColumnMarks();
 
     QChart* chart_;
     QChartView* view_;
+    QStackedBarSeries* series_;
+    QValueAxis* xAxis_;
+    QValueAxis* yAxis_;
+    QGraphicsPathItem* columnMarks_;
     QVector<int> values_;
     QVector<QColor> colors_;
     int columns_ = 0;
     QString rowLabel_;
     bool pending_ = false;
+    int rebuilds_ = 0;
 };
 
 }  // namespace kelp::platform

@@ -1,40 +1,82 @@
 #include "platform/chartpanel.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "platform/stripchart.h"
 
 namespace kelp::platform {
 
-ChartPanel::ChartPanel(const ChartNames& names, QWidget* parent) : QWidget(parent) {
+namespace {
+
+QString qs(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+}  // namespace
+
+ChartPanel::ChartPanel(const ChartNames& names, const MarkTexts& designTexts, QWidget* parent)
+    : QWidget(parent) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(4);
-    auto* marks = new QVBoxLayout;
-    // Roughly the chart's plot margins, so the marks sit at the axis ends.
-    marks->setContentsMargins(0, 6, 0, 28);
-    const auto mark = [this](const QString& name, const QString& text) {
+    marks_ = new QVBoxLayout;
+    marks_->setSpacing(0);
+    auto mark = [this](const QString& name, const QString& text) {
         auto* label = new QLabel(text, this);
         label->setObjectName(name);
         label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        label->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("-FFFFFFH")));
+        label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
         return label;
     };
-    upper_ = mark(names.upper, names.upperText);
-    middle_ = mark(names.middle, names.middleText);
-    lower_ = mark(names.lower, names.lowerText);
-    marks->addWidget(upper_);
-    marks->addStretch(1);
-    marks->addWidget(middle_);
-    marks->addStretch(1);
-    marks->addWidget(lower_);
+    upper_ = mark(names.upper, designTexts.upper);
+    middle_ = mark(names.middle, designTexts.middle);
+    lower_ = mark(names.lower, designTexts.lower);
+    marks_->addWidget(upper_);
+    marks_->addStretch(1);
+    marks_->addWidget(middle_);
+    marks_->addStretch(1);
+    marks_->addWidget(lower_);
     chart_ = new StripChart(this);
     chart_->setObjectName(names.chart);
-    chart_->setAccessibleName(names.chart);
-    row->addLayout(marks);
+    row->addLayout(marks_);
     row->addWidget(chart_, 1);
+
+    const qsizetype longest =
+        std::max({designTexts.upper.size(), designTexts.middle.size(), designTexts.lower.size()});
+    setMarkWidth(fontMetrics().horizontalAdvance(QLatin1Char('-') + QString(longest, u'F') +
+                                                 QLatin1Char('H')));
+    alignMarks();
+}
+
+void ChartPanel::alignMarks() {
+    // Each outer mark is centred on the plot's edge; equal stretches put the middle one midway.
+    const int half = upper_->sizeHint().height() / 2;
+    marks_->setContentsMargins(0, std::max(0, chart_->plotTopInset() - half), 0,
+                               std::max(0, chart_->plotBottomInset() - half));
+}
+
+void ChartPanel::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange) alignMarks();
+}
+
+int ChartPanel::markWidth() const { return upper_->minimumWidth(); }
+
+void ChartPanel::setMarkWidth(int pixels) {
+    for (QLabel* label : {upper_, middle_, lower_}) label->setMinimumWidth(pixels);
+}
+
+void ChartPanel::setChartHeight(int pixels) {
+    if (pixels > 0) {
+        setFixedHeight(pixels);
+    } else {
+        setMinimumHeight(0);
+        setMaximumHeight(QWIDGETSIZE_MAX);
+    }
 }
 
 void ChartPanel::clear() { chart_->clear(); }
@@ -46,15 +88,11 @@ void ChartPanel::setUpperBound(double value) { chart_->setUpperBound(value); }
 void ChartPanel::setExtent(int samples) { chart_->setExtent(samples); }
 int ChartPanel::extent() const { return chart_->extent(); }
 
-void ChartPanel::setLabels(const std::string& upper, const std::string& middle,
-                           const std::string& lower) {
-    upper_->setText(QString::fromStdString(upper));
-    middle_->setText(QString::fromStdString(middle));
-    lower_->setText(QString::fromStdString(lower));
+void ChartPanel::setLabels(std::string_view upper, std::string_view middle,
+                           std::string_view lower) {
+    upper_->setText(qs(upper));
+    middle_->setText(qs(middle));
+    lower_->setText(qs(lower));
 }
-
-QString ChartPanel::upperLabel() const { return upper_->text(); }
-QString ChartPanel::middleLabel() const { return middle_->text(); }
-QString ChartPanel::lowerLabel() const { return lower_->text(); }
 
 }  // namespace kelp::platform

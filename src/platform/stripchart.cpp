@@ -1,76 +1,82 @@
 #include "platform/stripchart.h"
 
-#include <QChart>
-#include <QChartView>
-#include <QLineSeries>
-#include <QVBoxLayout>
-#include <QValueAxis>
+#include <QEvent>
+#include <QFontMetrics>
+#include <QPaintEvent>
+#include <QPainter>
 #include <algorithm>
+#include <cmath>
 
 namespace kelp::platform {
 
+namespace {
+
+// Window-coloured border, then the white chart; inside it the plot's insets.
+constexpr int kBorder = 9;
+constexpr int kLeft = 24;  // room for the ticks of the vertical axis
+constexpr int kTop = 4;
+constexpr int kRight = 24;  // half a sample number under the axis' right end
+constexpr int kTickLength = 5;
+constexpr int kTickCount = 6;
+constexpr int kMinimumColumns = 100;
+constexpr int kFlushMs = 40;  // 25 pictures a second at most
+
+const QColor kGridColour(0xe2, 0xe2, 0xe2);
+const QColor kAxisColour(0xd6, 0xd6, 0xd6);
+const QColor kTextColour(0x40, 0x40, 0x44);
+const QColor kTraceColour(0x1f, 0x6f, 0xb4);
+
+int columnOf(double x, const StripChart::Range& range, int columns) {
+    const double c = std::floor((x - range.first) * columns / (range.last - range.first));
+    return static_cast<int>(std::clamp(c, 0.0, static_cast<double>(columns - 1)));
+}
+
+// The first point at or right of x; points are in order of x.
+qsizetype firstAtOrAfter(const QList<QPointF>& points, double x) {
+    return std::lower_bound(points.begin(), points.end(), x,
+                            [](const QPointF& p, double v) { return p.x() < v; }) -
+           points.begin();
+}
+
+}  // namespace
+
 StripChart::StripChart(QWidget* parent) : QWidget(parent) {
-    chart_ = new QChart();
-    chart_->legend()->hide();
-    chart_->setMargins(QMargins(4, 4, 4, 4));
-    chart_->setBackgroundRoundness(0);
-    series_ = new QLineSeries(chart_);
-    QPen pen(QColor(0x1f, 0x6f, 0xb4));
-    pen.setWidthF(1.2);
-    series_->setPen(pen);
-    chart_->addSeries(series_);
-    xAxis_ = new QValueAxis(chart_);
-    yAxis_ = new QValueAxis(chart_);
-    xAxis_->setLabelFormat("%d");
-    xAxis_->setTickCount(6);
-    yAxis_->setLabelsVisible(false);
-    yAxis_->setTickCount(3);
-    chart_->addAxis(xAxis_, Qt::AlignBottom);
-    chart_->addAxis(yAxis_, Qt::AlignLeft);
-    series_->attachAxis(xAxis_);
-    series_->attachAxis(yAxis_);
-    xAxis_->setRange(0, 100);
-    yAxis_->setRange(lower_, upper_);
-
-    view_ = new QChartView(chart_, this);
-    view_->setRenderHint(QPainter::Antialiasing, false);
-    view_->setMinimumSize(200, 120);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(view_);
-
+    // Every pixel is painted here; nothing needs erasing first.
+    setAttribute(Qt::WA_OpaquePaintEvent);
     flushTimer_.setSingleShot(true);
-    flushTimer_.setInterval(40);
+    flushTimer_.setInterval(kFlushMs);
     connect(&flushTimer_, &QTimer::timeout, this, &StripChart::flush);
+    built_ = currentScale();
 }
 
 void StripChart::clear() {
     points_.clear();
-    dirty_ = true;
+    valid_ = false;
     scheduleFlush();
 }
 
 void StripChart::appendPoint(double value) {
     points_.append(QPointF(static_cast<double>(points_.size() + 1), value));
-    dirty_ = true;
     scheduleFlush();
 }
 
 void StripChart::setLowerBound(double v) {
+    if (v == lower_) return;
     lower_ = v;
-    dirty_ = true;
+    boundsChanged_ = true;
     scheduleFlush();
 }
 
 void StripChart::setUpperBound(double v) {
+    if (v == upper_) return;
     upper_ = v;
-    dirty_ = true;
+    boundsChanged_ = true;
     scheduleFlush();
 }
 
 void StripChart::setExtent(int samples) {
+    if (samples == extent_) return;
     extent_ = samples;
-    dirty_ = true;
     scheduleFlush();
 }
 
@@ -78,43 +84,204 @@ void StripChart::scheduleFlush() {
     if (!flushTimer_.isActive()) flushTimer_.start();
 }
 
-QList<QPointF> StripChart::envelope(const QList<QPointF>& points, int columns) {
+int StripChart::plotTopInset() const { return kBorder + kTop; }
+
+int StripChart::plotBottomInset() const {
+    return kBorder + kTickLength + fontMetrics().height() + 5;
+}
+
+QRectF StripChart::plotArea() const {
+    const double left = kBorder + kLeft;
+    const double top = plotTopInset();
+    const double right = width() - 1 - kBorder - kRight;
+    const double bottom = height() - 1 - plotBottomInset();
+    return QRectF(QPointF(left, top), QPointF(right, bottom));
+}
+
+int StripChart::columns() const {
+    return std::max(kMinimumColumns, static_cast<int>(plotArea().width()));
+}
+
+StripChart::Scale StripChart::currentScale() const {
+    const double span = std::max(extent_, kMinimumColumns);
+    // Points sit at 1 .. n; beyond the span the axis follows the newest.
+    const double last = std::max(span, static_cast<double>(points_.size()));
+    return {{last - span, last}, columns()};
+}
+
+QList<QPointF> StripChart::envelope(const QList<QPointF>& points, Range range, int columns) {
     QList<QPointF> out;
-    out.reserve(2 * columns + 2);
-    const qsizetype n = points.size();
-    for (int c = 0; c < columns; ++c) {
-        const qsizetype first = n * c / columns;
-        const qsizetype last = n * (c + 1) / columns;  // exclusive
-        if (first >= last) continue;
-        qsizetype lo = first, hi = first;
-        for (qsizetype i = first + 1; i < last; ++i) {
-            if (points[i].y() < points[lo].y()) lo = i;
-            if (points[i].y() > points[hi].y()) hi = i;
+    if (columns < 1 || range.last <= range.first) return out;
+    std::vector<std::vector<QPointF>> byColumn(static_cast<size_t>(columns));
+    for (const QPointF& p : points)
+        if (p.x() >= range.first && p.x() <= range.last)
+            byColumn[static_cast<size_t>(columnOf(p.x(), range, columns))].push_back(p);
+    for (const auto& column : byColumn) {
+        if (column.empty()) continue;
+        size_t lo = 0, hi = 0;
+        for (size_t i = 1; i < column.size(); ++i) {
+            if (column[i].y() < column[lo].y()) lo = i;
+            if (column[i].y() > column[hi].y()) hi = i;
         }
-        out.append(points[std::min(lo, hi)]);
-        if (lo != hi) out.append(points[std::max(lo, hi)]);
+        out.append(column[std::min(lo, hi)]);
+        if (lo != hi) out.append(column[std::max(lo, hi)]);
     }
     return out;
 }
 
+void StripChart::rebuild() {
+    drawn_.clear();
+    openColumn_ = -1;
+    consumed_ = firstAtOrAfter(points_, built_.range.first);
+    valid_ = true;
+    extend();
+    layoutTicks();
+}
+
+qsizetype StripChart::extend() {
+    // The last column drawn may gain points, and with them new extremes: it is taken again.
+    qsizetype i = consumed_;
+    if (openColumn_ >= 0) {
+        drawn_.resize(openDrawn_);
+        i = openPoint_;
+    }
+    const qsizetype from = drawn_.size();
+    const Range range = built_.range;
+    const int columns = built_.columns;
+    const qsizetype n = points_.size();
+    while (i < n && points_[i].x() <= range.last) {
+        const int column = columnOf(points_[i].x(), range, columns);
+        qsizetype lo = i, hi = i, end = i + 1;
+        for (; end < n && points_[end].x() <= range.last &&
+               columnOf(points_[end].x(), range, columns) == column;
+             ++end) {
+            if (points_[end].y() < points_[lo].y()) lo = end;
+            if (points_[end].y() > points_[hi].y()) hi = end;
+        }
+        openColumn_ = column;
+        openPoint_ = i;
+        openDrawn_ = drawn_.size();
+        drawn_.append(points_[std::min(lo, hi)]);
+        if (lo != hi) drawn_.append(points_[std::max(lo, hi)]);
+        i = end;
+    }
+    consumed_ = n;
+    return from;
+}
+
+void StripChart::layoutTicks() {
+    ticks_.clear();
+    const Range range = built_.range;
+    for (int k = 0; k < kTickCount; ++k) {
+        const double x = range.first + k * (range.last - range.first) / (kTickCount - 1);
+        // Whole samples, cut as a "%d" format would cut them.
+        ticks_.push_back({x, QString::number(static_cast<qint64>(x + 1e-9))});
+    }
+}
+
 void StripChart::flush() {
     flushTimer_.stop();
-    if (!dirty_) return;
-    dirty_ = false;
-    // replace() redraws once for the whole list; append() would relayout per point. Beyond
-    // two points per pixel column only each column's extremes can be seen, so only they are
-    // handed to the chart: the cost of a redraw stays bounded however long the run.
-    const int columns = std::max(100, static_cast<int>(chart_->plotArea().width()));
-    if (points_.size() <= 2 * columns) {
-        series_->replace(points_);
-    } else {
-        series_->replace(envelope(points_, columns));
+    const Scale scale = currentScale();
+    if (!valid_ || scale != built_) {
+        built_ = scale;
+        rebuild();
+        boundsChanged_ = false;
+        update();
+        return;
     }
-    // Whole-sample ticks even before the first packet.
-    xAxis_->setRange(0, extent_ >= 100 ? extent_ : 100);
-    double lo = lower_, hi = upper_;
-    if (hi <= lo) hi = lo + 1;
-    yAxis_->setRange(lo, hi);
+    if (consumed_ == points_.size() && !boundsChanged_) return;
+    const qsizetype from = extend();
+    if (boundsChanged_ || drawn_.isEmpty()) {
+        boundsChanged_ = false;
+        update();
+        return;
+    }
+    // Only the strip from the last unchanged point to the newest one is painted again.
+    const QRectF plot = plotArea();
+    const double left = from > 0 ? toPixel(drawn_[from - 1], plot).x() : plot.left();
+    const double right = toPixel(drawn_.last(), plot).x();
+    update(
+        QRect(QPoint(static_cast<int>(std::floor(left)) - 1, static_cast<int>(plot.top()) - 1),
+              QPoint(static_cast<int>(std::ceil(right)) + 1, static_cast<int>(plot.bottom()) + 1)));
+}
+
+QPointF StripChart::toPixel(const QPointF& p, const QRectF& plot) const {
+    const Range range = built_.range;
+    const double hi = upper_ > lower_ ? upper_ : lower_ + 1;
+    return {plot.left() + (p.x() - range.first) * plot.width() / (range.last - range.first),
+            plot.bottom() - (p.y() - lower_) * plot.height() / (hi - lower_)};
+}
+
+void StripChart::paintEvent(QPaintEvent* event) {
+    const QRect area = event->rect();
+    const QRectF plot = plotArea();
+    QPainter painter(this);
+    painter.fillRect(area, palette().window());
+    painter.fillRect(rect().adjusted(kBorder, kBorder, -kBorder, -kBorder) & area, Qt::white);
+    if (plot.width() <= 0 || plot.height() <= 0) return;
+
+    const Range range = built_.range;
+    auto tickX = [&](double x) {
+        return plot.left() + (x - range.first) * plot.width() / (range.last - range.first);
+    };
+    const double middle = (plot.top() + plot.bottom()) / 2;
+    painter.setPen(QPen(kGridColour, 0));
+    painter.drawLine(QPointF(plot.left(), plot.top()), QPointF(plot.right(), plot.top()));
+    painter.drawLine(QPointF(plot.left(), middle), QPointF(plot.right(), middle));
+    for (size_t k = 1; k < ticks_.size(); ++k) {
+        const double x = tickX(ticks_[k].x);
+        painter.drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
+    }
+    painter.setPen(QPen(kAxisColour, 0));
+    painter.drawLine(plot.topLeft(), plot.bottomLeft());
+    painter.drawLine(QPointF(plot.left() - kTickLength + 1, plot.bottom()), plot.bottomRight());
+    for (double y : {plot.top(), middle})
+        painter.drawLine(QPointF(plot.left() - kTickLength + 1, y), QPointF(plot.left(), y));
+    for (const Tick& tick : ticks_) {
+        const double x = tickX(tick.x);
+        painter.drawLine(QPointF(x, plot.bottom()), QPointF(x, plot.bottom() + kTickLength - 1));
+    }
+
+    const QFontMetrics metrics = fontMetrics();
+    const int textTop = static_cast<int>(plot.bottom()) + kTickLength + 2;
+    if (area.bottom() >= textTop) {
+        painter.setPen(kTextColour);
+        for (const Tick& tick : ticks_) {
+            const int w = metrics.horizontalAdvance(tick.text);
+            const QRect box(static_cast<int>(std::lround(tickX(tick.x))) - w / 2, textTop, w + 1,
+                            metrics.height());
+            if (box.intersects(area))
+                painter.drawText(box, Qt::AlignLeft | Qt::AlignTop, tick.text);
+        }
+    }
+
+    if (drawn_.isEmpty()) return;
+    // Only the segments that reach into the area, one point beyond it on either side.
+    const double perPixel = (range.last - range.first) / plot.width();
+    const qsizetype first = std::max<qsizetype>(
+        0, firstAtOrAfter(drawn_, range.first + (area.left() - 1 - plot.left()) * perPixel) - 1);
+    const qsizetype end = std::min<qsizetype>(
+        drawn_.size(),
+        firstAtOrAfter(drawn_, range.first + (area.right() + 1 - plot.left()) * perPixel) + 1);
+    pixels_.clear();
+    for (qsizetype i = first; i < end; ++i) pixels_.push_back(toPixel(drawn_[i], plot));
+    painter.setClipRect(plot.adjusted(0, 0, 1, 1).toAlignedRect() & area);
+    painter.setPen(QPen(kTraceColour, 0));
+    if (pixels_.size() == 1)
+        painter.drawPoint(pixels_.front());
+    else
+        painter.drawPolyline(pixels_.data(), static_cast<int>(pixels_.size()));
+}
+
+void StripChart::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    // The columns follow the width: the next flush draws the points again.
+    if (columns() != built_.columns) scheduleFlush();
+}
+
+void StripChart::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::PaletteChange) update();
 }
 
 }  // namespace kelp::platform

@@ -154,9 +154,11 @@ SarWindow::SarWindow(link::Link& link, link::RunState& run, SarResults& results,
     leftLayout->addWidget(u.ADC);
     leftLayout->addWidget(u.DAC);
     u.DigitalFrame = new link::RegisterPanel(kDigitalFrameHeights, left);
-    const std::pair<const char*, std::string_view> uart[] = {
-        {"SCONSFR", "52"}, {"T2CONSFR", "34"}, {"RCAP2HSFR", "FF"},
-        {"RCAP2LSFR", kDesignRcap2l}, {"PLLCONSFR", "00"}};
+    const std::pair<const char*, std::string_view> uart[] = {{"SCONSFR", "52"},
+                                                             {"T2CONSFR", "34"},
+                                                             {"RCAP2HSFR", "FF"},
+                                                             {"RCAP2LSFR", kDesignRcap2l},
+                                                             {"PLLCONSFR", "00"}};
     for (const auto& [name, start] : uart) u.DigitalFrame->box(name)->setText(qs(start));
     leftLayout->addWidget(u.DigitalFrame);
     leftLayout->addStretch(1);
@@ -288,9 +290,8 @@ QWidget* SarWindow::buildChartPanel() {
     auto* layout = new QVBoxLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
-    u.Graph = new platform::ChartPanel({"Graph", "GraphMaxLabel", "GraphMidLabel",
-                                        "GraphMinLabel", "801H", "800H", "7FFH"},
-                                       panel);
+    u.Graph = new platform::ChartPanel({"Graph", "GraphMaxLabel", "GraphMidLabel", "GraphMinLabel"},
+                                       {"801H", "800H", "7FFH"}, panel);
     layout->addWidget(u.Graph, 1);
 
     auto* controls = new QHBoxLayout;
@@ -330,8 +331,8 @@ void SarWindow::connectHandlers() {
     connect(u.DigitalFrame, &link::RegisterPanel::frameHeightChanged, this, [this] {
         // Bring the opened panel into view once the column has been laid out again.
         if (ui_->DigitalFrame->isExpanded())
-            QTimer::singleShot(
-                0, this, [this] { ui_->leftColumn->ensureWidgetVisible(ui_->DigitalFrame); });
+            QTimer::singleShot(0, this,
+                               [this] { ui_->leftColumn->ensureWidgetVisible(ui_->DigitalFrame); });
     });
 }
 
@@ -399,9 +400,7 @@ void SarWindow::ADCChan_Click() {
     }
 }
 
-void SarWindow::ADCRef_Click() {
-    ui_->VrefTextbox->setEnabled(ui_->ADCRef->currentIndex() == 1);
-}
+void SarWindow::ADCRef_Click() { ui_->VrefTextbox->setEnabled(ui_->ADCRef->currentIndex() == 1); }
 
 void SarWindow::ConvTime_Click() { UpdateADCFrame(); }
 
@@ -435,8 +434,7 @@ void SarWindow::NumSamples_LostFocus() {
 
 void SarWindow::UpdateADCFrame() {
     Ui& u = *ui_;
-    const auto figures = ComputeTimingFigures(u.AcqTime->currentIndex(),
-                                              text(u.MasterClockTextbox),
+    const auto figures = ComputeTimingFigures(u.AcqTime->currentIndex(), text(u.MasterClockTextbox),
                                               u.ConvTime->currentText().toStdString());
     if (!figures) return;  // a clock of 0 or no number: keep what is shown
     u.ConversionTimeTextbox->setText(qs(figures->conversionTimeText));
@@ -458,9 +456,9 @@ analysis::SarRunSettings SarWindow::runSettings() const {
     s.MasterClockTextbox = text(u.MasterClockTextbox);
     s.SampFreqTextbox = text(u.SampFreqTextbox);
     s.ConversionTimeTextbox = text(u.ConversionTimeTextbox);
-    s.GraphMaxLabel = u.Graph->upperLabel().toStdString();
-    s.GraphMidLabel = u.Graph->middleLabel().toStdString();
-    s.GraphMinLabel = u.Graph->lowerLabel().toStdString();
+    s.GraphMaxLabel = u.Graph->upperLabel()->text().toStdString();
+    s.GraphMidLabel = u.Graph->middleLabel()->text().toStdString();
+    s.GraphMinLabel = u.Graph->lowerLabel()->text().toStdString();
     s.graphUpperBound = u.Graph->upperBound();
     s.graphLowerBound = u.Graph->lowerBound();
     return s;

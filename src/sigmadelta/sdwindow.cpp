@@ -371,11 +371,10 @@ void SdWindow::buildSamplingFrame(QWidget* parent) {
     u.NumSamples->setCurrentIndex(-1);
     basics->addWidget(makeLabel(u.AdcSampFrame, "Label14", "SF (Hex)", u.SF), 0, 0);
     basics->addWidget(u.SF, 0, 1);
-    basics->addWidget(makeLabel(u.AdcSampFrame, "Label15", "Update Rate (Hz)", u.ConversionRate),
-                      0, 2);
+    basics->addWidget(makeLabel(u.AdcSampFrame, "Label15", "Update Rate (Hz)", u.ConversionRate), 0,
+                      2);
     basics->addWidget(u.ConversionRate, 0, 3);
-    basics->addWidget(makeLabel(u.AdcSampFrame, "Label13", "Num of Samples", u.NumSamples), 1,
-                      0);
+    basics->addWidget(makeLabel(u.AdcSampFrame, "Label13", "Num of Samples", u.NumSamples), 1, 0);
     basics->addWidget(u.NumSamples, 1, 1);
     basics->setColumnStretch(3, 1);
     outer->addLayout(basics);
@@ -391,8 +390,8 @@ void SdWindow::buildSamplingFrame(QWidget* parent) {
     options->addWidget(u.chopEnChkBox, 0, 1);
     options->addWidget(makeLabel(folded, "Label22", "Notch Enable", u.notchEnChkBox), 0, 2);
     options->addWidget(u.notchEnChkBox, 0, 3);
-    options->addWidget(makeLabel(folded, "Label28", "Buffer Configuration", u.bufCfgCBox), 1, 0,
-                       1, 2);
+    options->addWidget(makeLabel(folded, "Label28", "Buffer Configuration", u.bufCfgCBox), 1, 0, 1,
+                       2);
     options->addWidget(u.bufCfgCBox, 1, 2, 1, 2);
     options->setColumnStretch(4, 1);
     outer->addWidget(folded);
@@ -419,13 +418,15 @@ QWidget* SdWindow::buildCharts() {
     auto* layout = new QVBoxLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
-    u.Graph = new platform::ChartPanel({"Graph", "GraphMaxLabel", "GraphMidLabel", "GraphMinLabel",
-                                        "800100H", "800000H", "7FFE00H"},
-                                       panel);
-    u.AuxGraph =
-        new platform::ChartPanel({"AuxGraph", "AuxGraphMaxLabel", "AuxGraphMidLabel",
-                                  "AuxGraphMinLabel", "8001H", "8000H", "7FFEH"},
-                                 panel);
+    u.Graph = new platform::ChartPanel({"Graph", "GraphMaxLabel", "GraphMidLabel", "GraphMinLabel"},
+                                       {"800100H", "800000H", "7FFE00H"}, panel);
+    u.AuxGraph = new platform::ChartPanel(
+        {"AuxGraph", "AuxGraphMaxLabel", "AuxGraphMidLabel", "AuxGraphMinLabel"},
+        {"8001H", "8000H", "7FFEH"}, panel);
+    // Stacked charts line their marks up.
+    const int marks = std::max(u.Graph->markWidth(), u.AuxGraph->markWidth());
+    u.Graph->setMarkWidth(marks);
+    u.AuxGraph->setMarkWidth(marks);
     layout->addWidget(u.Graph, 1);
     layout->addWidget(u.AuxGraph, 1);
     auto* controls = new QHBoxLayout;
@@ -527,9 +528,9 @@ void SdWindow::load(const std::string& model, bool is58XGroup) {
     }
     UpdateAuxRange();
     UpdatePrimaryRange();
-    for (QWidget* w : {static_cast<QWidget*>(u.AuxMode), static_cast<QWidget*>(u.AuxReference),
-                       static_cast<QWidget*>(u.AuxInputChannel),
-                       static_cast<QWidget*>(u.AuxInputRange)})
+    for (QWidget* w :
+         {static_cast<QWidget*>(u.AuxMode), static_cast<QWidget*>(u.AuxReference),
+          static_cast<QWidget*>(u.AuxInputChannel), static_cast<QWidget*>(u.AuxInputRange)})
         w->setEnabled(false);
     s.SetupInProgress = false;
     select(u.CDBits, 0);
@@ -575,17 +576,17 @@ void SdWindow::showBothCharts(bool both) {
 void SdWindow::PrimaryADCButton_Click() {
     Ui& u = *ui_;
     const bool on = u.PrimaryADCButton->isChecked();
-    for (QWidget* w : {u.PrimaryMode, u.PrimaryReference, u.PrimaryInputChannel,
-                       u.PrimaryInputRange})
+    for (QWidget* w :
+         {u.PrimaryMode, u.PrimaryReference, u.PrimaryInputChannel, u.PrimaryInputRange})
         w->setEnabled(on);
 }
 
 void SdWindow::AuxillaryADCButton_Click() {
     Ui& u = *ui_;
     const bool on = u.AuxillaryADCButton->isChecked();
-    for (QWidget* w : {static_cast<QWidget*>(u.AuxMode), static_cast<QWidget*>(u.AuxReference),
-                       static_cast<QWidget*>(u.AuxInputChannel),
-                       static_cast<QWidget*>(u.AuxInputRange)})
+    for (QWidget* w :
+         {static_cast<QWidget*>(u.AuxMode), static_cast<QWidget*>(u.AuxReference),
+          static_cast<QWidget*>(u.AuxInputChannel), static_cast<QWidget*>(u.AuxInputRange)})
         w->setEnabled(on);
     showBothCharts(on);
 }
@@ -679,8 +680,7 @@ void SdWindow::AdcSampFrame_Click() { ui_->AdcSampFrame->toggle(); }
 void SdWindow::UpdatePrimaryRange() {
     Ui& u = *ui_;
     const auto texts = PrimaryRangeEntries(u.PrimaryMode->currentIndex(),
-                                           u.PrimaryReference->currentIndex(),
-                                           text(u.VrefTextbox));
+                                           u.PrimaryReference->currentIndex(), text(u.VrefTextbox));
     u.PrimaryInputRange->clear();
     for (const std::string& t : texts) u.PrimaryInputRange->addItem(qs(t));
     u.PrimaryInputRange->setCurrentIndex(-1);
@@ -690,15 +690,13 @@ void SdWindow::UpdatePrimaryRange() {
 void SdWindow::UpdateAuxRange() {
     Ui& u = *ui_;
     u.AuxInputRange->setText(qs(AuxRangeText(u.AuxMode->currentIndex(),
-                                             u.AuxReference->currentIndex(),
-                                             text(u.VrefTextbox))));
+                                             u.AuxReference->currentIndex(), text(u.VrefTextbox))));
 }
 
 bool SdWindow::eventFilter(QObject* watched, QEvent* event) {
     if (watched == ui_->SF && event->type() == QEvent::FocusOut) {
         const auto reason = static_cast<QFocusEvent*>(event)->reason();
-        if (reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason)
-            SF_LostFocus();
+        if (reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason) SF_LostFocus();
     }
     return EvaluationWindow::eventFilter(watched, event);
 }
@@ -713,9 +711,9 @@ void SdWindow::stop() { ui_->runner->requestStop(); }
 analysis::SdRunSettings SdWindow::runSettings() const {
     const Ui& u = *ui_;
     const auto chart = [](const platform::ChartPanel* c) {
-        return analysis::ChartCopy{c->upperBound(), c->lowerBound(),
-                                   c->upperLabel().toStdString(), c->middleLabel().toStdString(),
-                                   c->lowerLabel().toStdString()};
+        return analysis::ChartCopy{
+            c->upperBound(), c->lowerBound(), c->upperLabel()->text().toStdString(),
+            c->middleLabel()->text().toStdString(), c->lowerLabel()->text().toStdString()};
     };
     analysis::SdRunSettings s;
     s.VrefTextbox = text(u.VrefTextbox);

@@ -9,7 +9,7 @@
 #include "sar/sarpacket.h"
 #include "link/link.h"
 #include "support/fakes.h"
-#include "support/recordingtrace.h"
+#include "platform/recordingtrace.h"
 
 namespace kelp::sar {
 namespace {
@@ -35,7 +35,7 @@ public:
     }
     SarConfiguration config;
     std::string numSamples = "4000";
-    testing::RecordingTrace chart;
+    platform::RecordingTrace chart;
     std::vector<bool> samplingShown;
     int analyses = 0;
     std::function<void()> onAnalysis;
@@ -104,7 +104,7 @@ TEST_F(SarRunTest, SendsTheMessageWaitsThenTakesEveryPacket) {
     EXPECT_EQ(results.SampleBuffer[4000], codeOf(39, 99));
     EXPECT_EQ(results.SampleBuffer[4001], 0);
     EXPECT_EQ(view.chart.points.size(), 4000u);
-    EXPECT_EQ(view.chart.extents.back(), 4000);
+    EXPECT_EQ(view.chart.extent(), 4000);
     EXPECT_EQ(view.samplingShown, (std::vector<bool>{true, false}));
     EXPECT_EQ(countAtAnalysis, 4000);
     EXPECT_TRUE(portOpenAtAnalysis);

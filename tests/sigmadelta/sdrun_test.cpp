@@ -7,7 +7,7 @@
 
 #include "link/link.h"
 #include "support/fakes.h"
-#include "support/recordingtrace.h"
+#include "platform/recordingtrace.h"
 
 namespace kelp::sigmadelta {
 namespace {
@@ -36,7 +36,7 @@ public:
     SdConfiguration config;
     std::string numSamples = "500";
     bool primary = true, aux = false;
-    testing::RecordingTrace graph, auxGraph;
+    platform::RecordingTrace graph, auxGraph;
     std::vector<bool> sampling;
     int analyses = 0;
     std::function<void()> onAnalysis;
@@ -85,7 +85,7 @@ TEST_F(SdRunTest, OneRequestThenOneFramePerSampleAtTheDividersSpeed) {
     EXPECT_EQ(results.PrimaryMaxCode, 0x800140);
     EXPECT_EQ(results.PrimaryMinCode, 0x7FFFF0);
     EXPECT_EQ(view.graph.points.size(), 3u);
-    EXPECT_EQ(view.graph.extents, std::vector<int>{100});
+    EXPECT_EQ(view.graph.callsStartingWith("setExtent"), std::vector<std::string>{"setExtent 100"});
     // Snapped to 16 with one step of margin, and only ever widened.
     EXPECT_EQ(view.graph.upper, 0x800150);
     EXPECT_EQ(view.graph.lower, 0x7FFFE0);
