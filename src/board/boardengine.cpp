@@ -12,26 +12,16 @@ constexpr char kAck = 0x06;
 constexpr char kNak = 0x07;
 constexpr uint8_t kFrameStart = 0x07;
 constexpr uint8_t kFrameSecond = 0x0E;
-constexpr char kGarbledMark = '#';
 constexpr char kExtraByte = 0x00;
-constexpr char kLongPacketTail = '\n';
-constexpr std::size_t kNoiseLength = 3;
 
 uint8_t byteAt(std::string_view text, std::size_t i) { return static_cast<uint8_t>(text[i]); }
 
-void appendHex(std::string& out, unsigned value, int digits) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
-        out += kDigits[(value >> shift) & 15];
-}
-
-std::string hexBytes(std::string_view prefix, std::string_view bytes) {
-    std::string line(prefix);
-    for (char c : bytes) {
-        line += ' ';
-        appendHex(line, static_cast<uint8_t>(c), 2);
+// Length of the longest end of `bytes` that a reset sequence could still grow from.
+std::size_t resetPrefixAtEnd(std::string_view bytes) {
+    for (std::size_t k = std::min(bytes.size(), kReset.size() - 1); k > 0; --k) {
+        if (bytes.ends_with(kReset.substr(0, k))) return k;
     }
-    return line;
+    return 0;
 }
 
 }  // namespace
@@ -41,11 +31,13 @@ BoardEngine::BoardEngine(const BoardOptions& options)
       model_(options.model),
       nextModel_(options.model),
       mode_(options.start == StartMode::Loader ? BoardMode::Loader : BoardMode::Firmware),
-      signal_(options.seed),
       // A stream of its own, so that noise faults leave the codes as they were.
       noise_(options.seed ^ 0x6E6F697365ULL) {
     memory_.fill(0xFF);
+    if (mode_ == BoardMode::Firmware) firmware_ = makeFirmware(model_, options_);
 }
+
+BoardEngine::~BoardEngine() = default;
 
 std::string BoardEngine::identification(std::string_view model, char major, char minor) {
     std::string text(model.substr(0, 7));
@@ -60,29 +52,52 @@ std::string BoardEngine::identification(std::string_view model, char major, char
 
 std::string BoardEngine::memoryImage() const { return std::string(memory_.begin(), memory_.end()); }
 
-std::vector<std::string> BoardEngine::takeLog() { return std::exchange(log_, {}); }
-
-bool BoardEngine::sarFirmware() const {
-    static constexpr std::string_view kSarDigits[] = {"10", "20", "50", "51", "70", "71", "72"};
-    const std::string_view digits = std::string_view(model_).substr(5);
-    return std::find(std::begin(kSarDigits), std::end(kSarDigits), digits) != std::end(kSarDigits);
+const std::vector<uint8_t>& BoardEngine::configuration() const {
+    static const std::vector<uint8_t> kNone;
+    return firmware_ ? firmware_->configuration() : kNone;
 }
 
-std::vector<Answer> BoardEngine::feed(std::string_view received) {
-    std::vector<Answer> answers;
+std::vector<std::string> BoardEngine::takeLog() { return std::exchange(log_, {}); }
+
+std::vector<ReceivedRequest> BoardEngine::takeRequests() { return std::exchange(received_, {}); }
+
+long BoardEngine::listeningBaud() const {
+    if (mode_ == BoardMode::Loader) return kLoaderBaud;
+    return firmware_ ? firmware_->listeningBaud() : kFirmwareBaud;
+}
+
+std::optional<Nanos> BoardEngine::nextDue() const {
+    return mode_ == BoardMode::Firmware && firmware_ ? firmware_->nextDue() : std::nullopt;
+}
+
+std::vector<Answer> BoardEngine::advance(Nanos now) {
+    now_ = std::max(now_, now);
+    if (mode_ != BoardMode::Firmware || !firmware_) return {};
+    FirmwareOutput out;
+    firmware_->advance(now_, out);
+    for (std::string& line : out.log) log_.push_back(std::move(line));
+    return std::move(out.answers);
+}
+
+std::vector<Answer> BoardEngine::feed(std::string_view received) { return feed(received, now_, 0); }
+
+std::vector<Answer> BoardEngine::feed(std::string_view received, Nanos now, long baud) {
+    std::vector<Answer> answers = advance(now);
     for (char c : received) {
+        const long speed = baud > 0 ? baud : listeningBaud();
+        if (speed != listeningBaud()) {
+            offSpeedByte(c, speed, answers);
+            continue;
+        }
+        if (!offSpeed_.empty()) addJunk(std::exchange(offSpeed_, {}), offSpeedBaud_);
+        unitBaud_ = speed;
         pending_ += c;
-        const bool firmwareIgnores = mode_ == BoardMode::Firmware && !sarFirmware();
         if (pending_.ends_with(kReset)) {
             // The user pressed reset: whatever was half received is lost.
-            if (!firmwareIgnores) junk_ += pending_.substr(0, pending_.size() - kReset.size());
+            addJunk(std::string_view(pending_).substr(0, pending_.size() - kReset.size()), speed);
             pending_.clear();
             dropJunk();
             reset(answers);
-            continue;
-        }
-        if (firmwareIgnores) {
-            if (pending_.size() >= kReset.size()) pending_.erase(0, 1);
             continue;
         }
         while (!pending_.empty()) {
@@ -90,7 +105,7 @@ std::vector<Answer> BoardEngine::feed(std::string_view received) {
             const Unit unit = classify(length);
             if (unit == Unit::Incomplete) break;
             if (unit == Unit::Junk) {
-                junk_ += pending_.front();
+                addJunk(std::string_view(pending_).substr(0, 1), speed);
                 pending_.erase(0, 1);
                 continue;
             }
@@ -102,24 +117,40 @@ std::vector<Answer> BoardEngine::feed(std::string_view received) {
     return answers;
 }
 
+void BoardEngine::offSpeedByte(char c, long baud, std::vector<Answer>& answers) {
+    if (!offSpeed_.empty() && offSpeedBaud_ != baud) {
+        addJunk(std::exchange(offSpeed_, {}), offSpeedBaud_);
+    }
+    offSpeedBaud_ = baud;
+    offSpeed_ += c;
+    if (offSpeed_.ends_with(kReset)) {
+        // The reset is the board's button: it works whatever the line's speed.
+        addJunk(std::exchange(pending_, {}), unitBaud_);
+        addJunk(std::string_view(offSpeed_).substr(0, offSpeed_.size() - kReset.size()), baud);
+        offSpeed_.clear();
+        dropJunk();
+        unitBaud_ = baud;
+        reset(answers);
+        return;
+    }
+    const std::size_t keep = resetPrefixAtEnd(offSpeed_);
+    addJunk(std::string_view(offSpeed_).substr(0, offSpeed_.size() - keep), baud);
+    offSpeed_.erase(0, offSpeed_.size() - keep);
+}
+
 BoardEngine::Unit BoardEngine::classify(std::size_t& length) const {
     const uint8_t first = byteAt(pending_, 0);
     if (first == byteAt(kReset, 0)) {
         return kReset.starts_with(pending_) ? Unit::Incomplete : Unit::Junk;
     }
-    if (mode_ == BoardMode::Loader) {
-        if (first != kFrameStart) return Unit::Junk;
-        if (pending_.size() < 2) return Unit::Incomplete;
-        if (byteAt(pending_, 1) != kFrameSecond) return Unit::Junk;
-        if (pending_.size() < 3) return Unit::Incomplete;
-        length = byteAt(pending_, 2) + 4u;
-    } else if (first == 'C') {
-        length = kConfigurationSize;
-    } else if (first == 'R' || first == 'S') {
-        length = 1;
-    } else {
-        return Unit::Junk;
+    if (mode_ == BoardMode::Firmware) {
+        return firmware_ ? firmware_->classify(pending_, length) : Unit::Junk;
     }
+    if (first != kFrameStart) return Unit::Junk;
+    if (pending_.size() < 2) return Unit::Incomplete;
+    if (byteAt(pending_, 1) != kFrameSecond) return Unit::Junk;
+    if (pending_.size() < 3) return Unit::Incomplete;
+    length = byteAt(pending_, 2) + 4u;
     return pending_.size() >= length ? Unit::Complete : Unit::Incomplete;
 }
 
@@ -127,16 +158,30 @@ void BoardEngine::handle(std::size_t length, std::vector<Answer>& answers) {
     const std::string unit = pending_.substr(0, length);
     pending_.erase(0, length);
     ++requests_;
-    if (mode_ == BoardMode::Loader) {
-        loaderFrame(unit, answers);
-    } else {
-        sarCommand(unit, answers);
-    }
+    if (mode_ == BoardMode::Loader) return loaderFrame(unit, answers);
+    FirmwareOutput out;
+    Handled handled = firmware_->handle(unit, now_, out);
+    logRequest(handled.kind, std::move(handled.line));
+    for (std::string& line : out.log) log_.push_back(std::move(line));
+    for (Answer& answer : out.answers) answers.push_back(std::move(answer));
+}
+
+void BoardEngine::logRequest(RequestKind kind, std::string line) {
+    log_.push_back(std::move(line) + " @" + std::to_string(unitBaud_));
+    received_.push_back({kind, unitBaud_});
+}
+
+void BoardEngine::addJunk(std::string_view bytes, long baud) {
+    if (bytes.empty()) return;
+    if (!junk_.empty() && junkBaud_ != baud) dropJunk();
+    junkBaud_ = baud;
+    junk_ += bytes;
 }
 
 void BoardEngine::dropJunk() {
     if (junk_.empty()) return;
-    log(hexBytes("BAD", junk_));
+    log_.push_back(hexBytes("BAD", junk_) + " @" + std::to_string(junkBaud_));
+    received_.push_back({RequestKind::Bad, junkBaud_});
     junk_.clear();
 }
 
@@ -146,18 +191,20 @@ void BoardEngine::reset(std::vector<Answer>& answers) {
     answers.clear();  // answers to earlier requests never leave a chip that was reset
     model_ = nextModel_;
     mode_ = BoardMode::Loader;
+    firmware_.reset();
     writes_ = 0;
-    packets_ = 0;
-    configuration_.clear();
-    log("RESET");
+    logRequest(RequestKind::Reset, "RESET");
     loaderAnswer(LoaderStep::Reset, 0,
                  identification(model_, options_.loaderMajor, options_.loaderMinor), kReset.size(),
                  answers);
 }
 
 void BoardEngine::rejectFrame(std::string_view frame, std::vector<Answer>& answers) {
-    log(hexBytes("BAD", frame));
-    answers.push_back({std::string(1, kNak), 1, frame.size(), false});
+    logRequest(RequestKind::Bad, hexBytes("BAD", frame));
+    Answer answer{std::string(1, kNak), 1, frame.size()};
+    answer.readyAt = now_;
+    answer.baud = unitBaud_;
+    answers.push_back(std::move(answer));
 }
 
 void BoardEngine::loaderFrame(std::string_view frame, std::vector<Answer>& answers) {
@@ -173,7 +220,7 @@ void BoardEngine::loaderFrame(std::string_view frame, std::vector<Answer>& answe
     switch (frame[3]) {
         case 'C':
             if (n != 1) return rejectFrame(frame, answers);
-            log("ERASE");
+            logRequest(RequestKind::Erase, "ERASE");
             if (!refused(LoaderStep::Erase, 0)) memory_.fill(0xFF);
             return loaderAnswer(LoaderStep::Erase, 0, std::string(1, kAck), frame.size(), answers);
         case 'W': {
@@ -185,7 +232,7 @@ void BoardEngine::loaderFrame(std::string_view frame, std::vector<Answer>& answe
             if (address + data.size() > kMemorySize) return rejectFrame(frame, answers);
             std::string line = "WRITE ";
             appendHex(line, static_cast<unsigned>(address), 4);
-            log(hexBytes(line, data));
+            logRequest(RequestKind::Write, hexBytes(line, data));
             if (!refused(LoaderStep::Record, record)) {
                 std::copy(data.begin(), data.end(), memory_.begin() + address);
             }
@@ -195,12 +242,12 @@ void BoardEngine::loaderFrame(std::string_view frame, std::vector<Answer>& answe
         case 'U':
             if (n != 4) return rejectFrame(frame, answers);
             ++runs_;
-            log("RUN");
+            logRequest(RequestKind::Run, "RUN");
             loaderAnswer(LoaderStep::Run, 0, std::string(1, kAck), frame.size(), answers);
             if (!refused(LoaderStep::Run, 0)) {
+                // The firmware of the model's family starts, at its own speed.
                 mode_ = BoardMode::Firmware;
-                packets_ = 0;
-                configuration_.clear();
+                firmware_ = makeFirmware(model_, options_);
             }
             return;
         default:
@@ -214,55 +261,16 @@ void BoardEngine::loaderAnswer(LoaderStep step, int number, std::string bytes,
     if (step == LoaderStep::Reset && hasFault(FaultKind::NoResetAnswer, step, number)) return;
     if (hasFault(FaultKind::Nak, step, number)) bytes = std::string(1, kNak);
     Answer answer;
-    if (hasFault(FaultKind::Noise, step, number)) answer.bytes = noiseBytes();
+    if (hasFault(FaultKind::Noise, step, number)) answer.bytes = noiseBytes(noise_);
     answer.bytes += bytes;
     answer.pacedLength = answer.bytes.size();
     if (hasFault(FaultKind::ExtraByte, step, number)) answer.bytes += kExtraByte;
     answer.requestLength = requestLength;
+    answer.readyAt = now_;
+    // The loader answers at its own speed; only the reset, the board's button, is heard at
+    // any, and the identification then follows the speed the host set.
+    answer.baud = unitBaud_;
     answers.push_back(std::move(answer));
-}
-
-void BoardEngine::sarCommand(std::string_view unit, std::vector<Answer>& answers) {
-    if (unit[0] == 'C') {
-        configuration_.assign(unit.begin(), unit.end());
-        packets_ = 0;
-        log(hexBytes("CONFIG", unit));
-        return;
-    }
-    if (unit[0] == 'S') {
-        log("STOP");
-        return;
-    }
-    log("REQUEST");
-    const int packet = ++packets_;
-    for (const Fault& fault : options_.faults) {
-        if (fault.kind == FaultKind::SilentAfter && packet > fault.number) return;
-    }
-    const double level = options_.level ? *options_.level : channelLevel(configuration_);
-    std::string text;
-    std::string codes = "CODES";
-    text.reserve(kPacketSize);
-    for (std::size_t j = 0; j < kPacketRecords; ++j) {
-        const int code = signal_.next(level, options_.sigma);
-        text += '\r';
-        appendHex(text, code, 4);
-        codes += ' ';
-        appendHex(codes, code, 3);
-    }
-    for (const Fault& fault : options_.faults) {
-        if (fault.kind == FaultKind::Garble && fault.number == packet) {
-            text[5 * fault.record] = kGarbledMark;
-        }
-    }
-    Answer answer;
-    if (hasPacketFault(FaultKind::SarNoise, packet)) answer.bytes = noiseBytes();
-    answer.bytes += text;
-    answer.pacedLength = answer.bytes.size();
-    if (hasPacketFault(FaultKind::LongPacket, packet)) answer.bytes += kLongPacketTail;
-    answer.requestLength = 1;
-    answer.packet = true;
-    answers.push_back(std::move(answer));
-    log(std::move(codes));
 }
 
 bool BoardEngine::hasFault(FaultKind kind, LoaderStep step, int number) const {
@@ -270,21 +278,6 @@ bool BoardEngine::hasFault(FaultKind kind, LoaderStep step, int number) const {
         return f.kind == kind && f.step == step &&
                (step != LoaderStep::Record || f.number == number);
     });
-}
-
-bool BoardEngine::hasPacketFault(FaultKind kind, int packet) const {
-    return std::any_of(options_.faults.begin(), options_.faults.end(),
-                       [&](const Fault& f) { return f.kind == kind && f.number == packet; });
-}
-
-std::string BoardEngine::noiseBytes() {
-    // Never an acknowledge or a carriage return, which a host could take for a real answer.
-    std::string bytes;
-    while (bytes.size() < kNoiseLength) {
-        const char c = static_cast<char>(noise_.next() & 0xFF);
-        if (c != kAck && c != '\r') bytes += c;
-    }
-    return bytes;
 }
 
 }  // namespace kelp::board

@@ -7,6 +7,10 @@ namespace {
 
 constexpr int kMaxCount = 1000000;
 
+bool inRange(double value, double low, double high) {
+    return std::isfinite(value) && value >= low && value <= high;
+}
+
 std::vector<std::string_view> splitColons(std::string_view text) {
     std::vector<std::string_view> parts;
     while (true) {
@@ -94,22 +98,33 @@ std::optional<Fault> parseFault(std::string_view text, std::string& error) {
             fault.number = *p;
             fault.record = *j;
         }
-    } else if ((head == "long-packet" || head == "sar-noise" || head == "silent-after") &&
+    } else if (head == "short-frame" && parts.size() == 3) {
+        fault.kind = FaultKind::ShortFrame;
+        const auto k = readCount(parts[1]);
+        const auto d = readCount(parts[2]);
+        ok = k && d && *k >= 1 && *d <= 11;
+        if (ok) {
+            fault.number = *k;
+            fault.digits = *d;
+        }
+    } else if ((head == "long-packet" || head == "sar-noise" || head == "silent-after" ||
+                head == "frame-noise") &&
                parts.size() == 2) {
-        fault.kind = head == "long-packet" ? FaultKind::LongPacket
-                     : head == "sar-noise" ? FaultKind::SarNoise
-                                           : FaultKind::SilentAfter;
+        fault.kind = head == "long-packet"   ? FaultKind::LongPacket
+                     : head == "sar-noise"   ? FaultKind::SarNoise
+                     : head == "frame-noise" ? FaultKind::FrameNoise
+                                             : FaultKind::SilentAfter;
         const auto n = readCount(parts[1]);
-        // silent-after:0 is a firmware that never answers; packets are counted from 1.
+        // silent-after:0 is a firmware that never answers; packets and frames count from 1.
         ok = n && (*n >= 1 || fault.kind == FaultKind::SilentAfter);
         if (ok) fault.number = *n;
     }
     if (!ok) {
         error = "unknown fault \"" + std::string(text) +
                 "\" (expected no-reset-answer, nak:STEP, silent:STEP, extra-byte:STEP, "
-                "noise:STEP, garble:P:J, long-packet:P, silent-after:K or sar-noise:P; STEP is "
-                "erase, record:K or run, and for extra-byte and noise also reset; K, P from 1, "
-                "J from 0 to 99)";
+                "noise:STEP, garble:P:J, long-packet:P, silent-after:K, sar-noise:P, "
+                "frame-noise:K or short-frame:K:D; STEP is erase, record:K or run, and for "
+                "extra-byte and noise also reset; K, P from 1, J from 0 to 99, D from 0 to 11)";
         return std::nullopt;
     }
     return fault;
@@ -135,6 +150,11 @@ std::string faultText(const Fault& fault) {
             return "silent-after:" + std::to_string(fault.number);
         case FaultKind::SarNoise:
             return "sar-noise:" + std::to_string(fault.number);
+        case FaultKind::FrameNoise:
+            return "frame-noise:" + std::to_string(fault.number);
+        case FaultKind::ShortFrame:
+            return "short-frame:" + std::to_string(fault.number) + ":" +
+                   std::to_string(fault.digits);
     }
     return {};
 }
@@ -152,6 +172,18 @@ std::string checkOptions(const BoardOptions& options) {
     }
     if (!std::isfinite(options.sigma) || options.sigma < 0 || options.sigma > 4096) {
         return "noise sigma must be a number from 0 to 4096";
+    }
+    if (!inRange(options.sdVref, kSdVrefMin, kSdVrefMax)) {
+        return "sigma-delta reference must be a voltage from 0.1 to 10";
+    }
+    if (!inRange(options.sdOffsetMicrovolts, -kSdMicrovoltsMax, kSdMicrovoltsMax)) {
+        return "sigma-delta offset must be a number of microvolts from -1000000 to 1000000";
+    }
+    if (!inRange(options.sdNoiseMicrovolts, 0, kSdMicrovoltsMax)) {
+        return "sigma-delta noise must be a number of microvolts from 0 to 1000000";
+    }
+    if (options.sdLevel && !inRange(*options.sdLevel, -1, 1)) {
+        return "sigma-delta level must be a fraction of the range from -1 to 1";
     }
     for (const Fault& fault : options.faults) {
         std::string error;

@@ -10,7 +10,8 @@ namespace kelp::board {
 
 // Faults the board can be told to show, one entry per fault. Loader steps are counted from
 // the last reset (record K among the write requests of that download); SAR packets from the
-// last configuration message (packet P of a run, counted from 1).
+// last configuration message (packet P of a run, counted from 1); sigma-delta frames from the
+// request that started the stream (frame K, counted from 1).
 enum class FaultKind {
     NoResetAnswer,  // the reset gets no identification
     Nak,            // 07 instead of 06 on a loader step
@@ -19,8 +20,10 @@ enum class FaultKind {
     Noise,          // a few random bytes before the answer of a loader step
     Garble,         // packet P, record J: its carriage return replaced
     LongPacket,     // packet P carries 501 characters
-    SilentAfter,    // requests after the first K packets of a run get no answer
+    SilentAfter,    // after the first K packets (requests unanswered) or K frames of a run
     SarNoise,       // a few random bytes before packet P
+    FrameNoise,     // a few random bytes before frame K
+    ShortFrame,     // frame K carries only its first D hexadecimal digits
 };
 
 enum class LoaderStep { Reset, Erase, Record, Run };
@@ -28,13 +31,19 @@ enum class LoaderStep { Reset, Erase, Record, Run };
 struct Fault {
     FaultKind kind = FaultKind::NoResetAnswer;
     LoaderStep step = LoaderStep::Reset;
-    int number = 0;  // record K, packet P, or the packet count K of SilentAfter
+    int number = 0;  // record K, packet P, frame K, or the count K of SilentAfter
     int record = 0;  // record J (0..99) within the packet, Garble only
+    int digits = 0;  // digits D (0..11) that frame K keeps, ShortFrame only
 
     bool operator==(const Fault&) const = default;
 };
 
 enum class StartMode { Firmware, Loader };
+
+// Limits of the sigma-delta input options.
+inline constexpr double kSdVrefMin = 0.1;
+inline constexpr double kSdVrefMax = 10;
+inline constexpr double kSdMicrovoltsMax = 1e6;
 
 struct BoardOptions {
     std::string model = "Zylo570";
@@ -46,6 +55,13 @@ struct BoardOptions {
     uint64_t seed = 1;
     std::optional<int> level;  // SAR code level instead of the channel's own
     double sigma = 1.2;        // SAR noise in codes
+    // Sigma-delta input: the voltage on the external reference pins, an input of `sdLevel`
+    // times the configured range (by default 0 when bipolar, 1/4 when unipolar) plus the
+    // offset, and Gaussian noise, both in microvolts.
+    double sdVref = 2.5;
+    double sdOffsetMicrovolts = 50;
+    double sdNoiseMicrovolts = 0.6;
+    std::optional<double> sdLevel;
     std::vector<Fault> faults;
     StartMode start = StartMode::Firmware;
 };

@@ -16,6 +16,7 @@
 #include <ctime>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -53,16 +54,17 @@ struct BaudRate {
 };
 
 constexpr BaudRate kBaudRates[] = {
-    {B300, 300},     {B600, 600},       {B1200, 1200},     {B2400, 2400},
-    {B4800, 4800},   {B9600, 9600},     {B19200, 19200},   {B38400, 38400},
-    {B57600, 57600}, {B115200, 115200}, {B230400, 230400},
+    {B300, 300},       {B600, 600},       {B1200, 1200},     {B2400, 2400},   {B4800, 4800},
+    {B9600, 9600},     {B19200, 19200},   {B38400, 38400},   {B57600, 57600}, {B115200, 115200},
+    {B230400, 230400}, {B460800, 460800}, {B921600, 921600},
 };
 
+// 0 for B0 or a rate no chip speaks: every byte is garbage then.
 long baudOf(speed_t speed) {
     for (const BaudRate& rate : kBaudRates) {
         if (rate.code == speed) return rate.baud;
     }
-    return 9600;  // B0 or an odd rate: the loader's own speed
+    return 0;
 }
 
 // Time that `chars` characters of 10 bits take at `baud`, rounded up; 0 without pacing.
@@ -78,6 +80,7 @@ struct Outgoing {
     long baud = 0;    // 0: no pacing
     std::size_t pacedLength = 0;
     bool packet = false;
+    bool frame = false;
 
     Nanos due(std::size_t i) const { return start + wireTime(std::min(i + 1, pacedLength), baud); }
     bool last(std::size_t i) const { return i + 1 >= pacedLength; }
@@ -100,8 +103,9 @@ struct BoardServer::Impl {
 
     void run();
     void receive(BoardEngine& engine, std::string_view bytes, Nanos arrival);
+    void deliver(BoardEngine& engine, std::vector<Answer> answers, uint64_t resetsBefore);
     bool sendDue(Nanos now);
-    long lineBaud() const;
+    long lineSpeed() const;
     void writeMemoryImage(const BoardEngine& engine) const;
     void closeAll();
 
@@ -119,15 +123,20 @@ struct BoardServer::Impl {
     std::string nextModel;
     std::atomic<bool> modelChanged{false};
 
+    mutable std::mutex receivedMutex;
+    std::vector<ReceivedRequest> received;
+
     std::atomic<uint64_t> requests{0};
     std::atomic<uint64_t> bytes{0};
     std::atomic<uint64_t> packets{0};
+    std::atomic<uint64_t> frames{0};
 };
 
-long BoardServer::Impl::lineBaud() const {
-    if (!options.pacing) return 0;
+// The speed the host set on its end of the line: the terminal settings are the line's, shared
+// by both ends.
+long BoardServer::Impl::lineSpeed() const {
     termios settings;
-    if (tcgetattr(slave, &settings) != 0) return 9600;
+    if (tcgetattr(slave, &settings) != 0) return 0;
     return baudOf(cfgetospeed(&settings));
 }
 
@@ -148,31 +157,41 @@ void BoardServer::Impl::receive(BoardEngine& engine, std::string_view received, 
     }
     const uint64_t runsBefore = engine.runCount();
     const uint64_t resetsBefore = engine.resetCount();
-    std::vector<Answer> answers = engine.feed(received);
+    deliver(engine, engine.feed(received, arrival, lineSpeed()), resetsBefore);
+    if (engine.runCount() != runsBefore && !options.memoryOutPath.empty()) {
+        writeMemoryImage(engine);
+    }
+}
+
+// Queues the engine's answers behind what is still going out, and passes its log and requests on.
+void BoardServer::Impl::deliver(BoardEngine& engine, std::vector<Answer> answers,
+                                uint64_t resetsBefore) {
     requests = engine.requestCount();
     if (engine.resetCount() != resetsBefore) queue.clear();  // even a half-sent answer stops
-    if (!answers.empty()) {
-        const long baud = lineBaud();
-        Nanos free = queue.empty() ? 0 : queue.back().end();
-        for (Answer& answer : answers) {
-            Outgoing out;
-            out.start = std::max(arrival + wireTime(answer.requestLength, baud), free);
-            out.baud = baud;
-            out.pacedLength = answer.pacedLength;
-            out.packet = answer.packet;
-            out.bytes = std::move(answer.bytes);
-            free = out.end();
-            queue.push_back(std::move(out));
-        }
+    Nanos free = queue.empty() ? 0 : queue.back().end();
+    for (Answer& answer : answers) {
+        Outgoing out;
+        const long baud = options.pacing ? answer.baud : 0;
+        // An answer to a request follows the request's own time on the wire.
+        out.start = std::max(answer.readyAt + wireTime(answer.requestLength, baud), free);
+        out.baud = baud;
+        out.pacedLength = answer.pacedLength;
+        out.packet = answer.packet;
+        out.frame = answer.frame;
+        out.bytes = std::move(answer.bytes);
+        free = out.end();
+        queue.push_back(std::move(out));
+    }
+    {
+        std::vector<ReceivedRequest> seen = engine.takeRequests();
+        std::lock_guard lock(receivedMutex);
+        received.insert(received.end(), seen.begin(), seen.end());
     }
     for (const std::string& line : engine.takeLog()) {
         if (!log) break;
         std::fputs(line.c_str(), log);
         std::fputc('\n', log);
         std::fflush(log);
-    }
-    if (engine.runCount() != runsBefore && !options.memoryOutPath.empty()) {
-        writeMemoryImage(engine);
     }
 }
 
@@ -195,6 +214,7 @@ bool BoardServer::Impl::sendDue(Nanos now) {
         }
         if (out.sent < out.bytes.size()) return true;
         if (out.packet) ++packets;
+        if (out.frame) ++frames;
         queue.pop_front();
     }
     return true;
@@ -210,24 +230,29 @@ void BoardServer::Impl::run() {
     Nanos stuckSince = -1;
     while (true) {
         const Nanos now = monotonicNow();
+        // Frames of a stream come on the board's clock, whether the host reads them or not.
+        if (const auto due = engine.nextDue(); due && *due <= now) {
+            deliver(engine, engine.advance(now), engine.resetCount());
+        }
         const bool flowing = sendDue(now);
-        timespec timeout;
-        const timespec* wait = nullptr;
+        std::optional<Nanos> wake = engine.nextDue();
+        const auto wakeBy = [&wake](Nanos at) { wake = wake ? std::min(*wake, at) : at; };
         if (!flowing) {
             if (stuckSince < 0) stuckSince = now;
             if (now - stuckSince > kStuckLimit) {
                 tcflush(slave, TCIFLUSH);
                 stuckSince = -1;
             }
-            timeout = toTimespec(kSecond / 10);
-            wait = &timeout;
+            wakeBy(now + kSecond / 10);
         } else {
             stuckSince = -1;
-            if (!queue.empty()) {
-                const Outgoing& out = queue.front();
-                timeout = toTimespec(out.release(out.sent) - monotonicNow());
-                wait = &timeout;
-            }
+            if (!queue.empty()) wakeBy(queue.front().release(queue.front().sent));
+        }
+        timespec timeout;
+        const timespec* wait = nullptr;
+        if (wake) {
+            timeout = toTimespec(*wake - monotonicNow());
+            wait = &timeout;
         }
         pollfd fds[2] = {{master, static_cast<short>(POLLIN | (flowing ? 0 : POLLOUT)), 0},
                          {wakeRead, POLLIN, 0}};
@@ -348,5 +373,11 @@ bool BoardServer::setModel(const std::string& model) {
 uint64_t BoardServer::requestsReceived() const { return impl_->requests; }
 uint64_t BoardServer::bytesSent() const { return impl_->bytes; }
 uint64_t BoardServer::packetsSent() const { return impl_->packets; }
+uint64_t BoardServer::framesSent() const { return impl_->frames; }
+
+std::vector<ReceivedRequest> BoardServer::receivedRequests() const {
+    std::lock_guard lock(impl_->receivedMutex);
+    return impl_->received;
+}
 
 }  // namespace kelp::board

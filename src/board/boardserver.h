@@ -3,14 +3,17 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "board/boardoptions.h"
+#include "board/firmware.h"
 
 namespace kelp::board {
 
 // The board as a real serial peer: a pseudo-terminal whose slave side the host opens like a
-// serial port, served by one worker thread that paces every answer at the baud rate the host
-// has set on the line.
+// serial port, served by one worker thread. It notes the baud rate the host has set on the line
+// when each byte arrives (a byte at another speed than the chip's is garbage to it), paces every
+// answer at the chip's speed, and sends the frames of a sigma-delta stream on its own clock.
 class BoardServer {
 public:
     explicit BoardServer(BoardOptions options);
@@ -32,7 +35,12 @@ public:
     // Thread-safe counters.
     uint64_t requestsReceived() const;
     uint64_t bytesSent() const;
-    uint64_t packetsSent() const;
+    uint64_t packetsSent() const;  // SAR packets
+    uint64_t framesSent() const;   // sigma-delta frames
+
+    // Thread-safe: every request received so far, in order, garbage (BAD) included, each with
+    // the line speed the host had set when it arrived.
+    std::vector<ReceivedRequest> receivedRequests() const;
 
 private:
     struct Impl;

@@ -1,5 +1,6 @@
 #include "board/commandline.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cmath>
@@ -24,6 +25,36 @@ std::optional<double> readDecimal(std::string_view text) {
     auto [ptr, ec] = std::from_chars(text.data(), end, value);
     if (text.empty() || ec != std::errc() || ptr != end) return std::nullopt;
     return value;
+}
+
+// Options of the sigma-delta input, all decimal numbers within limits.
+std::string applySigmaDeltaOption(std::string_view name, std::string_view value,
+                                  BoardOptions& options) {
+    struct Limits {
+        std::string_view name;
+        double low, high;
+        const char* what;
+    };
+    static constexpr Limits kLimits[] = {
+        {"--sd-vref", kSdVrefMin, kSdVrefMax, "a reference voltage from 0.1 to 10"},
+        {"--sd-offset", -kSdMicrovoltsMax, kSdMicrovoltsMax,
+         "an offset in microvolts from -1000000 to 1000000"},
+        {"--sd-noise", 0, kSdMicrovoltsMax, "a noise in microvolts from 0 to 1000000"},
+        {"--sd-level", -1, 1, "a fraction of the range from -1 to 1"},
+    };
+    const auto limits = std::find_if(std::begin(kLimits), std::end(kLimits),
+                                     [&](const Limits& l) { return l.name == name; });
+    if (limits == std::end(kLimits)) return "unknown option " + std::string(name);
+    const auto number = readDecimal(value);
+    if (!number || !std::isfinite(*number) || *number < limits->low || *number > limits->high) {
+        return std::string(name.substr(2)) + " \"" + std::string(value) + "\" is not " +
+               limits->what;
+    }
+    if (name == "--sd-vref") options.sdVref = *number;
+    if (name == "--sd-offset") options.sdOffsetMicrovolts = *number;
+    if (name == "--sd-noise") options.sdNoiseMicrovolts = *number;
+    if (name == "--sd-level") options.sdLevel = *number;
+    return {};
 }
 
 // Reads one option with its value into `options`; an error text when it cannot.
@@ -63,6 +94,8 @@ std::string applyOption(std::string_view name, std::string_view value, BoardOpti
             return "sigma \"" + std::string(value) + "\" is not a number from 0 to 4096";
         }
         options.sigma = *sigma;
+    } else if (name.starts_with("--sd-")) {
+        return applySigmaDeltaOption(name, value, options);
     } else if (name == "--start") {
         if (value == "loader") {
             options.start = StartMode::Loader;
@@ -119,22 +152,32 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
 
 std::string usageText() {
     return R"(Usage: kelp-board [OPTION]...
-Virtual evaluation board: serves the chip's serial loader and the SAR measurement firmware on a
-pseudo-terminal. Prints the terminal's path as the first line, then serves until SIGINT or SIGTERM.
+Virtual evaluation board: serves the chip's serial loader and, after its run command, the SAR or
+sigma-delta measurement firmware of the model on a pseudo-terminal. The loader listens at 9600
+baud, the SAR firmware at 57600, the sigma-delta firmware at 57600 or, after the divider command
+D3, at 9600; bytes sent at another speed are garbage to the chip (the reset sequence excepted).
+Prints the terminal's path as the first line, then serves until SIGINT or SIGTERM.
 
   --model NAME            model the loader names, Zylo5 and two digits (default Zylo570)
   --loader-version M.N    loader version digits in the identification (default 2.1)
-  --no-pacing             answer at once instead of at the line's baud rate
+  --no-pacing             answer at once instead of at the line's baud rate (sigma-delta
+                          frames still come at the update rate)
   --log FILE              write one line per event to FILE
   --memory-out FILE       write the 8192-byte code memory to FILE on every run command
   --seed N                seed of the conversion noise (default 1)
   --level HEX             SAR code level, 0 to FFF, instead of the configured channel's
   --sigma X               SAR noise in codes (default 1.2)
+  --sd-vref V             sigma-delta external reference in volts (default 2.5)
+  --sd-level F            sigma-delta input as a fraction of the configured range, -1 to 1
+                          (default 0 when bipolar, 0.25 when unipolar)
+  --sd-offset UV          sigma-delta input offset in microvolts (default 50)
+  --sd-noise UV           sigma-delta input noise in microvolts RMS (default 0.6)
   --start loader|firmware start in the loader or with the firmware running (default firmware)
   --fault FAULT           inject a fault; may be repeated
   -h, --help              show this text
 
-Faults (loader steps counted from the last reset, SAR packets from the last configuration):
+Faults (loader steps counted from the last reset, SAR packets from the last configuration,
+sigma-delta frames from the request that started the stream):
   no-reset-answer         no identification after the reset
   nak:STEP                answer 07 instead of 06 (STEP: erase, record:K, run)
   silent:STEP             no answer (STEP: erase, record:K, run)
@@ -142,8 +185,10 @@ Faults (loader steps counted from the last reset, SAR packets from the last conf
   noise:STEP              three random bytes before the answer (same STEPs)
   garble:P:J              packet P (from 1), record J (0 to 99): carriage return replaced
   long-packet:P           packet P has 501 characters
-  silent-after:K          no answer to requests after K packets
+  silent-after:K          no answer to requests after K packets; no frames after K frames
   sar-noise:P             three random bytes before packet P
+  frame-noise:K           three random bytes (never CR) before frame K
+  short-frame:K:D         frame K (from 1) carries only D (0 to 11) of its 12 digits
 )";
 }
 

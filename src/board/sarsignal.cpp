@@ -32,6 +32,12 @@ uint64_t SplitMix64::next() {
 
 double SplitMix64::unit() { return static_cast<double>((next() >> 11) + 1) * 0x1.0p-53; }
 
+double SplitMix64::gaussian() {
+    // Box-Muller; unit() never returns 0, so the logarithm stays finite.
+    const double radius = std::sqrt(-2.0 * std::log(unit()));
+    return radius * std::cos(2.0 * std::numbers::pi * unit());
+}
+
 int channelLevel(std::span<const uint8_t> configuration) {
     const int channel = configuration.size() > kChannel ? configuration[kChannel] : 0;
     if (channel <= 7) return (2 * channel + 1) * 0x100;
@@ -52,10 +58,7 @@ int channelLevel(std::span<const uint8_t> configuration) {
 }
 
 int SarSignal::next(double level, double sigma) {
-    // Box-Muller; unit() never returns 0, so the logarithm stays finite.
-    const double radius = std::sqrt(-2.0 * std::log(random_.unit()));
-    const double gauss = radius * std::cos(2.0 * std::numbers::pi * random_.unit());
-    const double code = std::nearbyint(level + sigma * gauss);
+    const double code = std::nearbyint(level + sigma * random_.gaussian());
     return static_cast<int>(std::clamp(code, 0.0, 4095.0));
 }
 

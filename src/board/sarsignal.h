@@ -10,7 +10,8 @@ class SplitMix64 {
 public:
     explicit SplitMix64(uint64_t seed) : state_(seed) {}
     uint64_t next();
-    double unit();  // in (0, 1]
+    double unit();      // in (0, 1]
+    double gaussian();  // standard normal
 
 private:
     uint64_t state_;

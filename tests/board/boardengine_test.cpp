@@ -94,22 +94,22 @@ TEST(BoardEngine, FramesAreCheckedBeforeTheyAct) {
     const std::string ff16(16, '\xFF');
     // clang-format off
     const Script scripts[] = {
-        {{}, {bytes({0x07, 0x0E, 0x01, 0x43, 0xBC})}, {kAck}, {"ERASE"}},
-        {{}, {bytes({0x07, 0x0E, 0x01, 0x43, 0xBD})}, {kNak}, {"BAD 07 0E 01 43 BD"}},
+        {{}, {bytes({0x07, 0x0E, 0x01, 0x43, 0xBC})}, {kAck}, {"ERASE @9600"}},
+        {{}, {bytes({0x07, 0x0E, 0x01, 0x43, 0xBD})}, {kNak}, {"BAD 07 0E 01 43 BD @9600"}},
         {{}, {bytes({0x07, 0x0E, 0x07, 0x57, 0x00, 0x00, 0x00, 0x02, 0x00, 0x3B, 0x65})}, {kAck},
-         {"WRITE 0000 02 00 3B"}},
+         {"WRITE 0000 02 00 3B @9600"}},
         {{}, {bytes({0x07, 0x0E, 0x14, 0x57, 0x00, 0x1F, 0xF0}) + ff16 + "\x96"}, {kAck},
-         {"WRITE 1FF0 FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF"}},
+         {"WRITE 1FF0 FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF @9600"}},
         // One byte past the memory, page 1, address cut short, erase with a payload, run
         // without its address, an unknown command, no command at all.
-        {{}, {writeFrame(0x1FFF, "ab")}, {kNak}, {"BAD 07 0E 06 57 00 1F FF 61 62 C2"}},
+        {{}, {writeFrame(0x1FFF, "ab")}, {kNak}, {"BAD 07 0E 06 57 00 1F FF 61 62 C2 @9600"}},
         {{}, {loaderFrame('W', bytes({1, 0, 0, 0x55}))}, {kNak},
-         {"BAD 07 0E 05 57 01 00 00 55 4E"}},
-        {{}, {loaderFrame('W', bytes({0, 0x10}))}, {kNak}, {"BAD 07 0E 03 57 00 10 96"}},
-        {{}, {loaderFrame('C', "x")}, {kNak}, {"BAD 07 0E 02 43 78 43"}},
-        {{}, {loaderFrame('U', bytes({0, 0}))}, {kNak}, {"BAD 07 0E 03 55 00 00 A8"}},
-        {{}, {loaderFrame('X')}, {kNak}, {"BAD 07 0E 01 58 A7"}},
-        {{}, {bytes({0x07, 0x0E, 0x00, 0x00})}, {kNak}, {"BAD 07 0E 00 00"}},
+         {"BAD 07 0E 05 57 01 00 00 55 4E @9600"}},
+        {{}, {loaderFrame('W', bytes({0, 0x10}))}, {kNak}, {"BAD 07 0E 03 57 00 10 96 @9600"}},
+        {{}, {loaderFrame('C', "x")}, {kNak}, {"BAD 07 0E 02 43 78 43 @9600"}},
+        {{}, {loaderFrame('U', bytes({0, 0}))}, {kNak}, {"BAD 07 0E 03 55 00 00 A8 @9600"}},
+        {{}, {loaderFrame('X')}, {kNak}, {"BAD 07 0E 01 58 A7 @9600"}},
+        {{}, {bytes({0x07, 0x0E, 0x00, 0x00})}, {kNak}, {"BAD 07 0E 00 00 @9600"}},
     };
     // clang-format on
     for (int row = 0; row < static_cast<int>(std::size(scripts)); ++row) play(scripts[row], row);
@@ -179,15 +179,16 @@ TEST(BoardEngine, RunResetAndStrayBytesChangeWhatTheChipUnderstands) {
     // clang-format off
     const Script scripts[] = {
         // The loader is gone after a run: a loader frame now means nothing.
-        {{}, {kRun, kRun}, {kAck, "-"}, {"RUN", "BAD 07 0E 04 55 00 00 00 A7"}},
-        {{}, {halfWrite, kErase}, {kId, kAck}, {"BAD 07 0E 0A 57 00 00", "RESET", "ERASE"}},
+        {{}, {kRun, kRun}, {kAck, "-"}, {"RUN @9600", "BAD 07 0E 04 55 00 00 00 A7 @57600"}},
+        {{}, {halfWrite, kErase}, {kId, kAck},
+         {"BAD 07 0E 0A 57 00 00 @9600", "RESET @9600", "ERASE @9600"}},
         {{}, {halfConfig, kErase}, {kId, kAck}, {}, firmware},
         // A packet asked for just before the reset never leaves the chip.
         {{}, {"R" + kResetSequence}, {kId}, {}, firmware},
-        // Sigma-delta firmware swallows everything but the reset.
+        // A reset inside a half-received sigma-delta configuration.
         {{}, {"C\x12\x34RRR" + kResetSequence}, {BoardEngine::identification("Zylo530", '2', '1')},
-         {"RESET"}, firmware, "Zylo530"},
-        {{}, {stray + kErase}, {kAck}, {"BAD 55 21 5A 0E 07 0D", "ERASE"}},
+         {"BAD 43 12 34 52 52 52 @57600", "RESET @57600"}, firmware, "Zylo530"},
+        {{}, {stray + kErase}, {kAck}, {"BAD 55 21 5A 0E 07 0D @9600", "ERASE @9600"}},
     };
     // clang-format on
     for (int row = 0; row < static_cast<int>(std::size(scripts)); ++row) play(scripts[row], row);
@@ -226,9 +227,9 @@ TEST(BoardEngine, PacketAndLogCarryTheSameTwelveBitCodes) {
     ASSERT_EQ(log.size(), 4u);
     std::string config = "CONFIG 43 90 04";
     for (int i = 0; i < 23; ++i) config += " 00";
-    EXPECT_EQ(log[0], config);
-    EXPECT_EQ(log[1], "REQUEST");
-    EXPECT_EQ(log[3], "STOP");
+    EXPECT_EQ(log[0], config + " @57600");
+    EXPECT_EQ(log[1], "REQUEST @57600");
+    EXPECT_EQ(log[3], "STOP @57600");
     // The log gives each code in three digits; the packet sends CR and four digits per record.
     ASSERT_EQ(log[2].size(), 5 + 100 * 4u);
     EXPECT_TRUE(log[2].starts_with("CODES")) << log[2];
@@ -305,7 +306,7 @@ TEST(BoardEngine, SarFaultsShapeThePacketsButKeepTheCodes) {
     EXPECT_TRUE(engine.feed("R").empty()) << "silent after four packets";
     // The log holds the codes of a fault-free board, and the unanswered request.
     auto log = plain.takeLog();
-    log.push_back("REQUEST");
+    log.push_back("REQUEST @57600");
     EXPECT_EQ(engine.takeLog(), log);
 
     EXPECT_EQ(got[0].bytes, expected[0]);
@@ -325,6 +326,83 @@ TEST(BoardEngine, SarFaultsShapeThePacketsButKeepTheCodes) {
     // A new run counts its packets afresh.
     engine.feed(configuration({0x90, 3}));
     EXPECT_EQ(engine.feed("R").size(), 1u);
+}
+
+// Bytes sent at a given line speed, and how many answer bytes they must get at once.
+struct Sent {
+    std::string bytes;
+    long baud;
+    std::size_t answered;
+};
+
+struct SpeedScript {
+    std::string model;
+    StartMode start;
+    std::vector<Sent> sent;
+    std::vector<ReceivedRequest> requests;
+};
+
+TEST(BoardEngine, RequestsAreHeardOnlyAtTheSpeedTheChipListensAt) {
+    using enum RequestKind;
+    const std::string w = writeFrame(0x0100, "abcd");
+    const std::string config = configuration({0x90, 3});
+    const std::string sdConfig = testing::sdConfiguration({0x07, 0x4F, 0x0F, 0x30, 0x45});
+    // clang-format off
+    const SpeedScript scripts[] = {
+        // The loader at 9600, the SAR firmware at 57600; the reset is the board's button and is
+        // heard at any speed, even split over two reads.
+        {"Zylo570", StartMode::Loader,
+         {{kResetSequence, 57600, 25}, {kErase, 57600, 0}, {kErase, 9600, 1}, {w, 9600, 1},
+          {kRun, 9600, 1}, {config, 9600, 0}, {config, 57600, 0}, {"R", 57600, 500},
+          {"S", 9600, 0}, {kResetSequence.substr(0, 2), 9600, 0},
+          {kResetSequence.substr(2), 9600, 25}},
+         {{Reset, 57600}, {Bad, 57600}, {Erase, 9600}, {Write, 9600}, {Run, 9600}, {Bad, 9600},
+          {Config, 57600}, {Request, 57600}, {Bad, 9600}, {Reset, 9600}}},
+        // Divider 3 moves the sigma-delta firmware to 9600 after the command; divider 0 back.
+        {"Zylo580", StartMode::Firmware,
+         {{"D3", 9600, 0}, {"D3", 57600, 0}, {"R", 57600, 0}, {sdConfig, 9600, 0}, {"R", 9600, 0},
+          {"S", 9600, 0}, {"D0", 9600, 0}, {"S", 57600, 0}, {"D7", 57600, 0}},
+         {{Bad, 9600}, {Divider, 57600}, {Bad, 57600}, {Config, 9600}, {Request, 9600},
+          {Stop, 9600}, {Divider, 9600}, {Stop, 57600}, {Bad, 57600}}},
+        // A reset at another speed: the frame half received before it is lost.
+        {"Zylo570", StartMode::Loader,
+         {{kErase.substr(0, 3), 9600, 0}, {"x" + kResetSequence, 57600, 25}},
+         {{Bad, 57600}, {Bad, 9600}, {Reset, 57600}}},
+        // The loader starts the firmware of the model's family.
+        {"Zylo560", StartMode::Loader, {{kRun, 9600, 1}, {"D3", 57600, 0}, {"R", 9600, 0}},
+         {{Run, 9600}, {Divider, 57600}, {Request, 9600}}},
+        // The SAR firmware knows no divider: its speed stays.
+        {"Zylo551", StartMode::Firmware, {{"D3", 57600, 0}, {"R", 57600, 500}},
+         {{Bad, 57600}, {Request, 57600}}},
+        // No firmware knows this model: nothing is understood.
+        {"Zylo531", StartMode::Firmware, {{"R", 57600, 0}}, {{Bad, 57600}}},
+    };
+    // clang-format on
+    for (const SpeedScript& s : scripts) {
+        BoardOptions options;
+        options.model = s.model;
+        options.start = s.start;
+        BoardEngine engine(options);
+        for (std::size_t i = 0; i < s.sent.size(); ++i) {
+            std::size_t answered = 0;
+            for (const Answer& a : engine.feed(s.sent[i].bytes, 0, s.sent[i].baud)) {
+                answered += a.bytes.size();
+            }
+            EXPECT_EQ(answered, s.sent[i].answered) << s.model << ", step " << i;
+        }
+        const auto requests = engine.takeRequests();
+        EXPECT_EQ(requests, s.requests) << s.model;
+        // Each request's log line names its kind and ends in its speed.
+        std::vector<std::string> lines;
+        for (const std::string& line : engine.takeLog()) {
+            if (!line.starts_with("CODES")) lines.push_back(line);
+        }
+        ASSERT_EQ(lines.size(), requests.size()) << s.model;
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            EXPECT_TRUE(lines[i].starts_with(requestKindName(requests[i].kind))) << lines[i];
+            EXPECT_TRUE(lines[i].ends_with(" @" + std::to_string(requests[i].baud))) << lines[i];
+        }
+    }
 }
 
 }  // namespace

@@ -35,6 +35,9 @@ TEST(BoardOptions, FaultsReadAndWriteTheSameText) {
         {"long-packet:1", {FaultKind::LongPacket, LoaderStep::Reset, 1, 0}},
         {"silent-after:0", {FaultKind::SilentAfter, LoaderStep::Reset, 0, 0}},
         {"sar-noise:40", {FaultKind::SarNoise, LoaderStep::Reset, 40, 0}},
+        {"frame-noise:7", {FaultKind::FrameNoise, LoaderStep::Reset, 7, 0}},
+        {"short-frame:3:11", {FaultKind::ShortFrame, LoaderStep::Reset, 3, 0, 11}},
+        {"short-frame:1:0", {FaultKind::ShortFrame, LoaderStep::Reset, 1, 0, 0}},
     };
     for (const Case& c : cases) {
         std::string error;
@@ -51,7 +54,8 @@ TEST(BoardOptions, MalformedFaultsAreRefusedWithAReason) {
         "", "nak", "nak:reset", "silent:reset", "nak:record", "nak:record:0", "nak:record:x",
         "nak:record:-1", "nak:erase:1", "noise:record:2:3", "garble:1", "garble:0:1",
         "garble:1:100", "long-packet:0", "sar-noise:", "silent-after:k", "no-reset-answer:1",
-        "Nak:erase", "extra-byte:reset:1", "nak:record:99999999"};
+        "Nak:erase", "extra-byte:reset:1", "nak:record:99999999", "frame-noise:0", "short-frame:2",
+        "short-frame:0:5", "short-frame:1:12", "short-frame:1:x"};
     // clang-format on
     for (const char* text : malformed) {
         std::string error;
@@ -67,6 +71,9 @@ TEST(BoardOptions, CheckCatchesWhatTheStructAllows) {
         [](BoardOptions& o) { o.loaderMinor = 'x'; },
         [](BoardOptions& o) { o.level = 0x1000; },
         [](BoardOptions& o) { o.sigma = -1; },
+        [](BoardOptions& o) { o.sdVref = 0; },
+        [](BoardOptions& o) { o.sdNoiseMicrovolts = -0.5; },
+        [](BoardOptions& o) { o.sdLevel = 1.5; },
         [](BoardOptions& o) {
             o.faults = {Fault{FaultKind::Garble, LoaderStep::Reset, 1, 100}};
         },
@@ -82,10 +89,31 @@ TEST(BoardOptions, CheckCatchesWhatTheStructAllows) {
 }
 
 TEST(BoardCommandLine, ReadsEveryOption) {
-    const CommandLine line = parseCommandLine(
-        {"--model", "Zylo551", "--loader-version", "3.4", "--no-pacing", "--log", "/tmp/a.log",
-         "--memory-out=/tmp/m.bin", "--seed", "99", "--level", "7F0", "--sigma=0.5", "--start",
-         "loader", "--fault", "nak:record:3", "--fault=garble:1:2"});
+    const CommandLine line = parseCommandLine({"--model",
+                                               "Zylo551",
+                                               "--loader-version",
+                                               "3.4",
+                                               "--no-pacing",
+                                               "--log",
+                                               "/tmp/a.log",
+                                               "--memory-out=/tmp/m.bin",
+                                               "--seed",
+                                               "99",
+                                               "--level",
+                                               "7F0",
+                                               "--sigma=0.5",
+                                               "--start",
+                                               "loader",
+                                               "--fault",
+                                               "nak:record:3",
+                                               "--fault=garble:1:2",
+                                               "--sd-vref",
+                                               "3.3",
+                                               "--sd-level=-0.5",
+                                               "--sd-offset",
+                                               "-20",
+                                               "--sd-noise",
+                                               "2.5"});
     ASSERT_EQ(line.error, "");
     EXPECT_FALSE(line.help);
     const BoardOptions& o = line.options;
@@ -102,14 +130,20 @@ TEST(BoardCommandLine, ReadsEveryOption) {
     ASSERT_EQ(o.faults.size(), 2u);
     EXPECT_EQ(faultText(o.faults[0]), "nak:record:3");
     EXPECT_EQ(faultText(o.faults[1]), "garble:1:2");
+    EXPECT_DOUBLE_EQ(o.sdVref, 3.3);
+    EXPECT_EQ(o.sdLevel, -0.5);
+    EXPECT_DOUBLE_EQ(o.sdOffsetMicrovolts, -20);
+    EXPECT_DOUBLE_EQ(o.sdNoiseMicrovolts, 2.5);
 }
 
 TEST(BoardCommandLine, HelpNamesEveryOptionAndFault) {
     EXPECT_EQ(parseCommandLine({}).error, "");
     EXPECT_TRUE(parseCommandLine({"--help"}).help);
-    for (const char* option : {"--model", "--loader-version", "--no-pacing", "--log",
-                               "--memory-out", "--seed", "--level", "--sigma", "--start", "--fault",
-                               "no-reset-answer", "silent-after:K", "long-packet:P"}) {
+    for (const char* option :
+         {"--model", "--loader-version", "--no-pacing", "--log", "--memory-out", "--seed",
+          "--level", "--sigma", "--start", "--fault", "no-reset-answer", "silent-after:K",
+          "long-packet:P", "--sd-vref", "--sd-level", "--sd-offset", "--sd-noise", "frame-noise:K",
+          "short-frame:K:D"}) {
         EXPECT_NE(usageText().find(option), std::string::npos) << option;
     }
 }
@@ -121,6 +155,8 @@ TEST(BoardCommandLine, BadArgumentsAreRefusedWithAReason) {
         {"--seed", "12abc"},        {"--level", "1000"},         {"--level", "G"},
         {"--sigma", "nan"},         {"--sigma", "-0.1"},         {"--start", "boot"},
         {"--fault", "nak:boot"},    {"--speed", "9600"},         {"Zylo570"},
+        {"--sd-level", "1.5"},      {"--sd-vref", "0"},          {"--sd-noise", "-1"},
+        {"--sd-offset", "1e7"},     {"--sd-vref", "2.5V"},       {"--sd-gain", "2"},
     };
     for (const auto& args : cases) {
         const CommandLine line = parseCommandLine(args);

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <thread>
 
 #include "board/boardengine.h"
@@ -22,6 +23,7 @@ using testing::bytes;
 using testing::configuration;
 using testing::kResetSequence;
 using testing::loaderFrame;
+using testing::sdConfiguration;
 using testing::writeFrame;
 
 double millisecondsSince(Clock::time_point start) {
@@ -52,6 +54,13 @@ public:
         if (fd_ >= 0) ::close(fd_);
     }
     bool isOpen() const { return fd_ >= 0; }
+
+    void setSpeed(speed_t speed) {
+        termios settings;
+        ASSERT_EQ(tcgetattr(fd_, &settings), 0);
+        cfsetspeed(&settings, speed);
+        ASSERT_EQ(tcsetattr(fd_, TCSANOW, &settings), 0);
+    }
 
     void send(const std::string& data) {
         ASSERT_EQ(::write(fd_, data.data(), data.size()), static_cast<ssize_t>(data.size()));
@@ -219,7 +228,7 @@ TEST(BoardServer, UnpacedDownloadWritesTheMemoryImageOfTheNewModel) {
 }
 
 TEST(BoardServer, ResetCutsAPacketShort) {
-    Line line(BoardOptions{}, B9600);  // a packet takes over half a second here
+    Line line(BoardOptions{});  // a packet takes 87 ms here
     ASSERT_TRUE(line.host.isOpen()) << line.server.error();
     line.host.send(configuration({0x90}) + "R");
     const std::string begun = line.host.receive(40);
@@ -233,6 +242,37 @@ TEST(BoardServer, ResetCutsAPacketShort) {
     // The packet never completes: the reset stops it wherever it was.
     EXPECT_LT(begun.size() + rest.size() - id.size(), 500u);
     EXPECT_EQ(line.server.packetsSent(), 0u);
+}
+
+TEST(BoardServer, FramesFlowOnTheBoardsClockAndEachRequestKeepsItsSpeed) {
+    using enum RequestKind;
+    BoardOptions options;
+    options.model = "Zylo580";
+    Line line(options);
+    ASSERT_TRUE(line.host.isOpen()) << line.server.error();
+    const auto sent = Clock::now();
+    // Chopping off, SF 45: 59.36 frames a second, which queue while the host reads nothing.
+    line.host.send(sdConfiguration({0x07, 0x4F, 0x0F, 0x38, 0x45}) + "R");
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    const std::string queued = line.host.receive(100000, 5);
+    const double seconds = millisecondsSince(sent) / 1000;
+    // Whole frames, and at most the start of one more still on the wire.
+    EXPECT_TRUE(std::regex_match(queued, std::regex("(\r[0-9A-F]{12})+(\r[0-9A-F]{0,11})?")));
+    const double frames = static_cast<double>(queued.size() / 13);
+    EXPECT_LE(frames, seconds * 4096 / 0x45);
+    EXPECT_GE(frames, (seconds - kSlackMs / 1000) * 4096 / 0x45 - 1);
+
+    // Divider 3: a request at the old speed is garbage now; the host follows only once the board
+    // has the command.
+    line.host.send("SD3R");
+    ASSERT_TRUE(eventually([&] { return line.server.receivedRequests().size() == 5; }));
+    line.host.setSpeed(B9600);
+    line.host.send("S");
+    const std::vector<ReceivedRequest> expected = {{Config, 57600}, {Request, 57600},
+                                                   {Stop, 57600},   {Divider, 57600},
+                                                   {Bad, 57600},    {Stop, 9600}};
+    EXPECT_TRUE(eventually([&] { return line.server.receivedRequests() == expected; }));
+    EXPECT_GE(line.server.framesSent(), queued.size() / 13);
 }
 
 TEST(BoardServer, RefusesWhatItCannotServe) {

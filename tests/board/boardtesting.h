@@ -34,4 +34,12 @@ inline std::string configuration(std::initializer_list<int> fromOffset1) {
     return message;
 }
 
+// A sigma-delta configuration message: C, then the given bytes from offset 1 on, zeros after
+// them, 27 bytes in all.
+inline std::string sdConfiguration(std::initializer_list<int> fromOffset1) {
+    std::string message = "C" + bytes(fromOffset1);
+    message.resize(27, '\0');
+    return message;
+}
+
 }  // namespace kelp::board::testing
