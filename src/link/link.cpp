@@ -7,6 +7,13 @@
 
 namespace kelp::link {
 
+namespace {
+
+// Below this, the bytes still missing arrive too soon for a nap to save anything.
+constexpr double kNapMinimumMs = 2.0;
+
+}  // namespace
+
 Link::Link(platform::SerialPort& port, platform::TickTimer& timer, platform::EventQueue& events)
     : port_(port), timer_(timer), events_(events) {
     timer_.onTick = [this] { Timer1_Timer(); };
@@ -41,6 +48,7 @@ void Link::disarm() {
 
 WaitResult Link::await(Count mode, int count, bool restartOnProgress) {
     int seen = port_.bytesWaiting();
+    bool napped = false;
     for (;;) {
         if (events_.closing()) return WaitResult::Closing;
         const int waiting = port_.bytesWaiting();
@@ -52,7 +60,17 @@ WaitResult Link::await(Count mode, int count, bool restartOnProgress) {
         } else if (TimerElapsed) {
             return WaitResult::TimedOut;
         }
-        events_.waitForEvent();
+        // Bytes come one by one; rather than wake for each, let most of the missing ones
+        // gather in the device (clicks and ticks still come through), then read them at once.
+        const double missingMs = (count - waiting) * 10000.0 / port_.lineSettings().baud;
+        napped = !napped && missingMs >= kNapMinimumMs;
+        if (napped) {
+            port_.holdInput(true);
+            events_.waitForEvent(static_cast<int>(missingMs * 0.9));
+            port_.holdInput(false);
+        } else {
+            events_.waitForEvent();
+        }
     }
 }
 

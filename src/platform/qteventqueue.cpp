@@ -9,6 +9,18 @@ void QtEventQueue::waitForEvent() {
     QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
 }
 
+QtEventQueue::QtEventQueue() {
+    nap_.setSingleShot(true);
+    nap_.setTimerType(Qt::PreciseTimer);
+}
+
+void QtEventQueue::waitForEvent(int milliseconds) {
+    // The timer's own event ends the wait if nothing else does first.
+    nap_.start(milliseconds);
+    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    nap_.stop();
+}
+
 void QtEventQueue::processPending() { QCoreApplication::processEvents(QEventLoop::AllEvents); }
 
 }  // namespace kelp::platform

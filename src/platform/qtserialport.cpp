@@ -4,6 +4,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <QSocketNotifier>
 #include <cerrno>
 
 #include "platform/serialsettings.h"
@@ -89,6 +90,13 @@ void QtSerialPort::write(const std::string& block) {
     if (!port_.isOpen()) return;
     port_.write(block.data(), static_cast<qint64>(block.size()));
     port_.flush();
+}
+
+void QtSerialPort::holdInput(bool hold) {
+    // The port reads through a socket notifier of its own; pausing it leaves the bytes in the
+    // device until the hold ends, when they are read in one go.
+    for (QSocketNotifier* n : port_.findChildren<QSocketNotifier*>())
+        if (n->type() == QSocketNotifier::Read && port_.isOpen()) n->setEnabled(!hold);
 }
 
 int QtSerialPort::bytesWaiting() {

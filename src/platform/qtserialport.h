@@ -26,6 +26,7 @@ public:
     int bytesWaiting() override;
     std::string readAll() override;
     bool failed() const override;
+    void holdInput(bool hold) override;
 
 private:
     void applySettings();

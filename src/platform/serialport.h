@@ -31,6 +31,9 @@ public:
     virtual std::string readAll() = 0;
     // True once the open device has failed (unplugged, vanished).
     virtual bool failed() const = 0;
+    // While held, arriving bytes stay in the device instead of waking the program one by one;
+    // bytesWaiting() counts them once the hold ends.
+    virtual void holdInput(bool hold) = 0;
 };
 
 }  // namespace kelp::platform

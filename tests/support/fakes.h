@@ -42,12 +42,14 @@ public:
         return out;
     }
     bool failed() const override { return open_ && failNow; }
+    void holdInput(bool hold) override { held = hold; }
 
     platform::OpenError openResult = platform::OpenError::None;
     std::string input;                // bytes waiting
     std::vector<std::string> writes;  // every block written, in order
     std::vector<int> baudAtWrite;  // the speed in force for each block
     bool failNow = false;           // the device has gone
+    bool held = false;
     int openCount = 0;
     // Called for every block written; may schedule answers through the world.
     std::function<void(const std::string& block)> onWrite;
@@ -80,6 +82,7 @@ class FakeEventQueue final : public platform::EventQueue {
 public:
     explicit FakeEventQueue(FakeWorld& world) : world_(world) {}
     void waitForEvent() override;
+    void waitForEvent(int milliseconds) override;
     void processPending() override;
     bool closing() const override { return closing_; }
     bool closing_ = false;
@@ -150,6 +153,13 @@ inline void FakeTimer::enable() {
 inline void FakeEventQueue::waitForEvent() {
     if (!world_.step(true)) throw std::logic_error("wait with nothing that could wake it");
     if (world_.eventsHandled > world_.maxEvents) throw std::logic_error("too many events");
+}
+
+// Wakes at the next event or after `milliseconds`, whichever comes first.
+inline void FakeEventQueue::waitForEvent(int milliseconds) {
+    const double until = world_.now + milliseconds;
+    world_.actAt(until, [] {});
+    waitForEvent();
 }
 
 inline void FakeEventQueue::processPending() {
