@@ -18,6 +18,7 @@
 
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    kelp::platform::ChooseEventDispatcher();
     QApplication app(argc, argv);
     kelp::platform::ChartPanel panel({"Graph", "GraphMaxLabel", "GraphMidLabel", "GraphMinLabel"},
                                      {"801H", "800H", "7FFH"});

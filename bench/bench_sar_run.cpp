@@ -14,6 +14,7 @@
 
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    kelp::platform::ChooseEventDispatcher();
     QApplication app(argc, argv);
     kelp::bench::Board board({"--model", "Zylo570"});
     if (!kelp::bench::started(board)) return 1;

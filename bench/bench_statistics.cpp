@@ -13,6 +13,8 @@
 #include "analysis/sarrunsettings.h"
 #include "analysis/statistics.h"
 
+#include "platform/qteventqueue.h"
+
 namespace {
 
 template <typename F>
@@ -27,6 +29,7 @@ double millisecondsPerCall(int calls, F&& f) {
 
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    kelp::platform::ChooseEventDispatcher();
     QApplication app(argc, argv);
     using namespace kelp::analysis;
 

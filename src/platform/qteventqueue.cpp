@@ -9,6 +9,10 @@ void QtEventQueue::waitForEvent() {
     QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
 }
 
+void ChooseEventDispatcher() {
+    if (!qEnvironmentVariableIsSet("QT_NO_GLIB")) qputenv("QT_NO_GLIB", "1");
+}
+
 QtEventQueue::QtEventQueue() {
     nap_.setSingleShot(true);
     nap_.setTimerType(Qt::PreciseTimer);

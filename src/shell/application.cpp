@@ -2,10 +2,8 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QLabel>
 #include <QMainWindow>
 #include <QSerialPortInfo>
-#include <functional>
 
 #include "board/boardserver.h"
 #include "platform/qteventqueue.h"
@@ -14,8 +12,11 @@
 #include "platform/qtticktimer.h"
 #include "analysis/saranalysiswindow.h"
 #include "analysis/sarrunsettings.h"
+#include "analysis/sdanalysiswindow.h"
+#include "analysis/sdfigures.h"
 #include "link/link.h"
 #include "sar/sarwindow.h"
+#include "sigmadelta/sdwindow.h"
 #include "shell/mainwindow.h"
 
 namespace kelp::shell {
@@ -35,31 +36,6 @@ std::vector<std::string> systemPorts() {
     }
     return out;
 }
-
-// Stands in for the sigma-delta window until it is built.
-class SigmaDeltaPlaceholder final : public QMainWindow {
-public:
-    explicit SigmaDeltaPlaceholder(const std::string& model) {
-        setObjectName("SD_KELP");
-        setWindowTitle(QString::fromStdString("KELP - " + model));
-        auto* label = new QLabel(
-            "The sigma-delta evaluation window is not available in this "
-            "version of KELP.\nThe firmware runs; close this window to end "
-            "the program.",
-            this);
-        label->setAlignment(Qt::AlignCenter);
-        label->setMargin(30);
-        setCentralWidget(label);
-        resize(560, 220);
-    }
-    std::function<void()> onClose;
-
-protected:
-    void closeEvent(QCloseEvent* e) override {
-        QMainWindow::closeEvent(e);
-        if (onClose) onClose();
-    }
-};
 
 }  // namespace
 
@@ -102,6 +78,7 @@ Application::Application(ApplicationOptions options, platform::MessageSink* mess
 Application::~Application() {
     events_->setClosing();
     sarAnalysis_.reset();
+    sdAnalysis_.reset();
     delete evaluation_.data();
     port_->close();
     if (board_) board_->stop();
@@ -139,9 +116,14 @@ void Application::openEvaluation(DeviceFamily family) {
         window->load(state_.loader.ModelName);
         window->show();
     } else {
-        auto* window = new SigmaDeltaPlaceholder(state_.loader.ModelName);
-        window->onClose = [this] { exitProgram(); };
+        auto* window = new sigmadelta::SdWindow(*link_, state_.run, state_.sd, state_.sdLink,
+                                                *messages_);
+        connect(window, &sigmadelta::SdWindow::exitRequested, this, &Application::exitProgram);
+        connect(window, &sigmadelta::SdWindow::analysisRequested, this,
+                &Application::openSdAnalysis);
+        if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_)) sink->setParent(window);
         evaluation_ = window;
+        window->load(state_.loader.ModelName, state_.Is58XGroup);
         window->show();
     }
     emit evaluationShown(evaluation_.data());
@@ -160,6 +142,22 @@ void Application::openSarAnalysis() {
                               {r.SampleBuffer, state_.run.SampleCount, r.MinCode, r.MaxCode});
 }
 
+void Application::openSdAnalysis() {
+    auto* window = qobject_cast<sigmadelta::SdWindow*>(evaluation_.data());
+    if (!window) return;
+    if (!sdAnalysis_)
+        sdAnalysis_ = std::make_unique<analysis::SdAnalysisWindow>(state_.loader.ModelName);
+    sdAnalysis_->show();
+    sdAnalysis_->raise();
+    const sigmadelta::SdResults& r = state_.sd;
+    analysis::SdAnalysisInput input;
+    input.ModelName = state_.loader.ModelName;
+    input.results = {r.PrimaryCodeBuffer, r.PrimaryRawBuffer, r.AuxCodeBuffer, r.PrimaryMinCode,
+                     r.PrimaryMaxCode,    r.AuxMinCode,       r.AuxMaxCode,    state_.run.SampleCount};
+    input.settings = window->runSettings();
+    sdAnalysis_->AnalyseData(input);
+}
+
 void Application::exitProgram() {
     if (exiting_) return;
     exiting_ = true;
@@ -169,6 +167,7 @@ void Application::exitProgram() {
     port_->close();
     if (evaluation_) evaluation_->hide();
     if (sarAnalysis_) sarAnalysis_->hide();
+    if (sdAnalysis_) sdAnalysis_->hide();
     main_->hide();
     QCoreApplication::exit(0);
 }

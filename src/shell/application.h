@@ -25,7 +25,8 @@ class Link;
 }
 namespace kelp::analysis {
 class SarAnalysisWindow;
-}
+class SdAnalysisWindow;
+}  // namespace kelp::analysis
 
 namespace kelp::shell {
 
@@ -54,6 +55,7 @@ public:
     link::Link& link() { return *link_; }
     // The SAR analysis window, once a run has opened it.
     analysis::SarAnalysisWindow* sarAnalysis() const { return sarAnalysis_.get(); }
+    analysis::SdAnalysisWindow* sdAnalysis() const { return sdAnalysis_.get(); }
     // The device of the built-in virtual board, once started.
     std::string virtualBoardDevice() const { return boardDevice_; }
     bool exiting() const { return exiting_; }
@@ -66,6 +68,7 @@ signals:
 private:
     void openEvaluation(DeviceFamily family);
     void openSarAnalysis();
+    void openSdAnalysis();
     void startVirtualBoard();
     void exitProgram();
 
@@ -80,6 +83,7 @@ private:
     std::unique_ptr<MainWindow> main_;
     QPointer<QMainWindow> evaluation_;
     std::unique_ptr<analysis::SarAnalysisWindow> sarAnalysis_;
+    std::unique_ptr<analysis::SdAnalysisWindow> sdAnalysis_;
     std::unique_ptr<board::BoardServer> board_;
     std::string boardDevice_;
     bool exiting_ = false;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 
+#include "platform/qteventqueue.h"
 #include "shell/application.h"
 
 namespace {
@@ -46,6 +47,7 @@ int main(int argc, char** argv) {
                          argv[0]);
             return 1;
         }
+        kelp::platform::ChooseEventDispatcher();
         app = std::make_unique<QApplication>(argc, argv);
     }
     QCoreApplication::setApplicationName("KELP");

@@ -3,6 +3,7 @@
 #include "link/runstate.h"
 #include "loader/serialloader.h"
 #include "sar/sarrun.h"
+#include "sigmadelta/sdrun.h"
 
 namespace kelp::shell {
 
@@ -15,6 +16,10 @@ struct ProgramState {
     bool Is58XGroup = false;
     link::RunState run;      // SampleCount, StopRequested
     sar::SarResults sar;     // SampleBuffer, MinCode, MaxCode
+    // PrimaryCodeBuffer, PrimaryRawBuffer, AuxCodeBuffer, their extremes, PacketByte1..6
+    sigmadelta::SdResults sd;
+    // LinkSettings, CurrentClockDivider, SetupInProgress, PrimaryRangeIndex
+    sigmadelta::SdLinkState sdLink;
 };
 
 }  // namespace kelp::shell

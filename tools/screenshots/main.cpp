@@ -15,6 +15,8 @@
 #include "shell/application.h"
 #include "shell/mainwindow.h"
 
+#include "platform/qteventqueue.h"
+
 namespace {
 
 template <typename W>
@@ -34,6 +36,7 @@ void save(QWidget* w, const QString& folder, const char* name) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    kelp::platform::ChooseEventDispatcher();
     QApplication app(argc, argv);
     const QString folder = argc > 1 ? argv[1] : QStringLiteral("docs/screens");
     QDir().mkpath(folder);
