@@ -7,10 +7,11 @@
 #include <QTimer>
 
 #include "e2e/e2etools.h"
-#include "platform/serialport.h"
 
 namespace kelp::testing {
 namespace {
+
+constexpr const char* kBusy = "Com Port Already Open by another host";
 
 struct ImageCase {
     const char* model;
@@ -26,6 +27,7 @@ TEST(EndToEndDownload, EachImageLandsInTheBoardMemory) {
         {"Zylo581", "58X_SDkelp.hex", "SD_KELP", false},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.model);
         const fs::path dir = freshFolder(c.model);
         QStringList args{"--model",      c.model,
                          "--memory-out", QString::fromStdString((dir / "memory.bin").string()),
@@ -35,129 +37,125 @@ TEST(EndToEndDownload, EachImageLandsInTheBoardMemory) {
         BoardProcess board(args);
         ASSERT_FALSE(board.device().empty()) << board.errorOutput();
         KelpOnBoard kelp(board.device());
-        auto* main = kelp.app->mainWindow();
-        main->DownloadButton->click();
+        kelp.control<QPushButton>("DownloadButton")->click();
 
-        EXPECT_TRUE(kelp.messages.messages.empty())
-            << c.model << ": " << kelp.messages.texts().front();
-        EXPECT_FALSE(kelp.app->devices().MSComm1.isOpen()) << c.model;
-        ASSERT_NE(kelp.app->evaluationWindow(), nullptr) << c.model;
-        EXPECT_EQ(kelp.app->evaluationWindow()->objectName(), c.window) << c.model;
-        EXPECT_TRUE(main->isHidden()) << c.model;
-        EXPECT_TRUE(main->VantorText->text().startsWith(QString(c.model) + " version 2.1"))
-            << c.model;
-        EXPECT_EQ(kelp.app->state().ModelName, c.model);
-
-        const std::string memory = readFile(dir / "memory.bin");
-        EXPECT_EQ(memory.size(), 8192u) << c.model;
-        EXPECT_TRUE(memory == expectedMemory(kProgramDir / "ASM" / c.image)) << c.model;
+        EXPECT_EQ(kelp.messages.texts(), std::vector<std::string>{});
+        EXPECT_FALSE(kelp.port().isOpen());
+        ASSERT_NE(kelp.app->evaluationWindow(), nullptr);
+        EXPECT_EQ(kelp.app->evaluationWindow()->objectName(), c.window);
+        EXPECT_TRUE(kelp.app->mainWindow()->isHidden());
+        EXPECT_EQ(kelp.control<QLineEdit>("VantorText")->text(), QString(c.model) + " version 2.1");
+        EXPECT_EQ(kelp.app->state().loader.ModelName, c.model);
+        EXPECT_TRUE(readFile(dir / "memory.bin") == expectedMemory(kProgramDir / "ASM" / c.image));
 
         // The board saw: reset, erase, one write per data record, run.
-        const auto log = readLines(dir / "board.log");
-        const auto records =
-            static_cast<size_t>(std::count_if(log.begin(), log.end(), [](const std::string& l) {
-                return l.rfind("WRITE ", 0) == 0;
-            }));
-        const auto imageLines = readLines(kProgramDir / "ASM" / c.image);
-        EXPECT_EQ(records, imageLines.size() - 1) << c.model;
-        ASSERT_GE(log.size(), 3u);
-        EXPECT_EQ(log.front(), "RESET");
-        EXPECT_EQ(log[1], "ERASE");
-        EXPECT_EQ(log.back(), "RUN");
+        std::string steps;
+        size_t writes = 0;
+        for (const std::string& l : boardLog(dir / "board.log")) {
+            if (l.rfind("WRITE ", 0) == 0) {
+                ++writes;
+                continue;
+            }
+            steps += l + " ";
+            if (l == "RUN") break;
+        }
+        EXPECT_EQ(steps, "RESET ERASE RUN ");
+        EXPECT_EQ(writes, readLines(kProgramDir / "ASM" / c.image).size() - 1);
         fs::remove_all(dir);
     }
 }
 
 struct FaultCase {
-    const char* fault;
-    const char* message;  // the start of the first message
+    const char* model;
+    const char* fault;  // nullptr: none
+    std::vector<std::string> texts;
 };
 
-TEST(EndToEndDownload, EachFaultGivesItsMessage) {
+TEST(EndToEndDownload, EachFaultGivesItsMessages) {
+    const std::string reset = shell::MainWindow::kResetFailure;
+    const char* const erase = "Error: Could not ERASE code.";
+    const char* const record = "Error: Could not DOWNLOAD Code.";
+    const char* const run = "Error: Could not RUN Code.";
     const FaultCase cases[] = {
-        {"no-reset-answer", "Error: Could not RESET the device\r\r\n"},
-        {"extra-byte:reset", "Error: Could not RESET the device\r\r\n"},
-        {"noise:reset", "Error: Could not RESET the device\r\r\n"},
-        {"nak:erase", "Error: Could not ERASE code."},
-        {"silent:erase", "Error: Could not ERASE code."},
-        {"extra-byte:erase", "Error: Could not ERASE code."},
-        {"nak:record:3", "Error: Could not DOWNLOAD Code."},
-        {"silent:record:1", "Error: Could not DOWNLOAD Code."},
-        {"noise:record:7", "Error: Could not DOWNLOAD Code."},
-        {"extra-byte:record:2", "Error: Could not DOWNLOAD Code."},
-        {"nak:run", "Error: Could not RUN Code."},
-        {"silent:run", "Error: Could not RUN Code."},
+        {"Zylo570", "no-reset-answer", {reset}},
+        {"Zylo570", "extra-byte:reset", {reset}},
+        {"Zylo570", "noise:reset", {reset}},
+        {"Zylo570", "nak:erase", {erase}},
+        {"Zylo570", "silent:erase", {erase}},
+        {"Zylo570", "extra-byte:erase", {erase}},
+        {"Zylo570", "nak:record:3", {record}},
+        {"Zylo570", "silent:record:1", {record}},
+        {"Zylo570", "noise:record:7", {record}},
+        {"Zylo570", "extra-byte:record:2", {record}},
+        {"Zylo570", "nak:run", {run}},
+        {"Zylo570", "silent:run", {run}},
+        // A chip of a model without firmware: erased, then refused.
+        {"Zylo599",
+         nullptr,
+         {"The board answered as Zylo599, a model KELP has no firmware for.\r\n"
+          "Check the board and its crystal setting, then press Download again.",
+          "Error Invalid Hex File."}},
     };
     for (const auto& c : cases) {
-        BoardProcess board(
-            {"--model", "Zylo570", "--no-pacing", "--start", "loader", "--fault", c.fault});
+        SCOPED_TRACE(c.fault ? c.fault : c.model);
+        const fs::path dir = freshFolder("fault");
+        const QString log = QString::fromStdString((dir / "board.log").string());
+        QStringList args{"--model", c.model, "--no-pacing", "--start", "loader", "--log", log};
+        if (c.fault) args << "--fault" << c.fault;
+        BoardProcess board(args);
         ASSERT_FALSE(board.device().empty()) << board.errorOutput();
         KelpOnBoard kelp(board.device());
-        auto* main = kelp.app->mainWindow();
-        main->DownloadButton->click();
-        ASSERT_EQ(kelp.messages.messages.size(), 1u) << c.fault;
-        EXPECT_EQ(kelp.messages.messages[0].text.rfind(c.message, 0), 0u)
-            << c.fault << ": " << kelp.messages.messages[0].text;
-        EXPECT_EQ(kelp.messages.messages[0].title, "Warning");
-        EXPECT_FALSE(kelp.app->devices().MSComm1.isOpen()) << c.fault;
-        EXPECT_TRUE(main->DownloadButton->isEnabled()) << c.fault;
-        EXPECT_TRUE(main->NextButton->isEnabled()) << c.fault;
-        EXPECT_TRUE(main->ProgressBar->isHidden()) << c.fault;
-        EXPECT_EQ(kelp.app->evaluationWindow(), nullptr) << c.fault;
+        kelp.control<QPushButton>("DownloadButton")->click();
+        EXPECT_EQ(kelp.messages.texts(), c.texts);
+        for (const auto& m : kelp.messages.messages) EXPECT_EQ(m.title, "Warning");
+        EXPECT_FALSE(kelp.port().isOpen());
+        EXPECT_TRUE(kelp.control<QPushButton>("DownloadButton")->isEnabled());
+        EXPECT_TRUE(kelp.control<QPushButton>("NextButton")->isEnabled());
+        EXPECT_TRUE(kelp.control<QProgressBar>("ProgressBar")->isHidden());
+        EXPECT_EQ(kelp.app->evaluationWindow(), nullptr);
+        if (!c.fault) {
+            EXPECT_EQ(boardLog(dir / "board.log"), (std::vector<std::string>{"RESET", "ERASE"}));
+        }
+        fs::remove_all(dir);
     }
 }
 
-TEST(EndToEndDownload, ABusyPortIsReported) {
+TEST(EndToEndDownload, ABusyOrMissingPortIsReported) {
     BoardProcess board({"--model", "Zylo510", "--no-pacing", "--start", "loader"});
     ASSERT_FALSE(board.device().empty());
     KelpOnBoard first(board.device());
-    ASSERT_EQ(first.app->devices().MSComm1.open(), platform::OpenError::None);
+    ASSERT_EQ(first.port().open(), platform::OpenError::None);
     KelpOnBoard second(board.device());
-    second.app->mainWindow()->DownloadButton->click();
-    EXPECT_EQ(second.messages.texts(),
-              std::vector<std::string>{"Com Port Already Open by another host"});
-    first.app->devices().MSComm1.close();
+    second.control<QPushButton>("DownloadButton")->click();
+    EXPECT_EQ(second.messages.texts(), std::vector<std::string>{kBusy});
+    first.port().close();
     second.messages.messages.clear();
-    second.app->mainWindow()->DownloadButton->click();
-    EXPECT_TRUE(second.messages.messages.empty());
-}
+    second.control<QPushButton>("DownloadButton")->click();
+    EXPECT_EQ(second.messages.texts(), std::vector<std::string>{});
 
-TEST(EndToEndDownload, AMissingDeviceIsReported) {
-    KelpOnBoard kelp("/dev/pts/kelp-none");
-    kelp.app->mainWindow()->DownloadButton->click();
-    EXPECT_EQ(kelp.messages.texts(),
-              std::vector<std::string>{"Com Port Already Open by another host"});
-    EXPECT_TRUE(kelp.app->mainWindow()->DownloadButton->isEnabled());
+    KelpOnBoard missing("/dev/pts/kelp-none");
+    missing.control<QPushButton>("DownloadButton")->click();
+    EXPECT_EQ(missing.messages.texts(), std::vector<std::string>{kBusy});
+    EXPECT_TRUE(missing.control<QPushButton>("DownloadButton")->isEnabled());
 }
 
 TEST(EndToEndDownload, APortThatVanishesMidDownload) {
     auto board =
         std::make_unique<BoardProcess>(QStringList{"--model", "Zylo570", "--start", "loader"});
     ASSERT_FALSE(board->device().empty());
-    KelpOnBoard kelp(board->device());
+    const std::string device = board->device();
+    KelpOnBoard kelp(device);
     QTimer::singleShot(600, [&] { board.reset(); });
-    kelp.app->mainWindow()->DownloadButton->click();
-    ASSERT_GE(kelp.messages.messages.size(), 1u);
-    EXPECT_EQ(kelp.messages.messages[0].text, "Error: Could not DOWNLOAD Code.");
-    ASSERT_EQ(kelp.messages.messages.size(), 2u);
-    EXPECT_NE(kelp.messages.messages[1].text.find("stopped working"), std::string::npos);
-    EXPECT_FALSE(kelp.app->devices().MSComm1.isOpen());
-    EXPECT_TRUE(kelp.app->mainWindow()->DownloadButton->isEnabled());
+    kelp.control<QPushButton>("DownloadButton")->click();
+    EXPECT_EQ(kelp.messages.texts(),
+              (std::vector<std::string>{
+                  "Error: Could not DOWNLOAD Code.",
+                  "The serial port " + device +
+                      " stopped working during the download.\r\nCheck the cable and the board, "
+                      "choose the port again and press Download."}));
+    EXPECT_FALSE(kelp.port().isOpen());
+    EXPECT_TRUE(kelp.control<QPushButton>("DownloadButton")->isEnabled());
     EXPECT_EQ(kelp.app->evaluationWindow(), nullptr);
-}
-
-TEST(EndToEndDownload, BuiltInVirtualBoardFollowsTheChosenModel) {
-    KelpOnBoard kelp("/dev/null-kelp", true);
-    auto* main = kelp.app->mainWindow();
-    main->VantorCombobox->setCurrentText("Zylo551");
-    main->ComSelect->setCurrentIndex(5);  // "Virtual board"
-    ASSERT_FALSE(kelp.app->virtualBoardDevice().empty());
-    EXPECT_EQ(kelp.app->devices().MSComm1.portName(), kelp.app->virtualBoardDevice());
-    main->DownloadButton->click();
-    EXPECT_TRUE(kelp.messages.messages.empty()) << kelp.messages.texts().front();
-    EXPECT_TRUE(main->VantorText->text().startsWith("Zylo551 version"));
-    ASSERT_NE(kelp.app->evaluationWindow(), nullptr);
-    EXPECT_EQ(kelp.app->evaluationWindow()->objectName(), "SAR_KELP");
 }
 
 }  // namespace

@@ -8,14 +8,16 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "link/link.h"
 #include "platform/recordingmessagesink.h"
+#include "platform/serialport.h"
 #include "shell/application.h"
 #include "shell/mainwindow.h"
 #include "support/boardprocess.h"
+#include "support/widgets.h"
 
 namespace kelp::testing {
 
@@ -35,11 +37,23 @@ inline std::string readFile(const fs::path& p) {
 }
 
 inline std::vector<std::string> readLines(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
     std::vector<std::string> lines;
-    std::istringstream in(readFile(p));
     for (std::string l; std::getline(in, l);) {
         if (!l.empty() && l.back() == '\r') l.pop_back();
         lines.push_back(l);
+    }
+    return lines;
+}
+
+// The board's log, each line without the speed the board may note at its end (" @57600").
+inline std::vector<std::string> boardLog(const fs::path& p) {
+    std::vector<std::string> lines = readLines(p);
+    for (std::string& l : lines) {
+        const size_t at = l.rfind(" @");
+        if (at != std::string::npos && at + 2 < l.size() &&
+            l.find_first_not_of("0123456789", at + 2) == std::string::npos)
+            l.erase(at);
     }
     return lines;
 }
@@ -70,8 +84,15 @@ struct KelpOnBoard {
         o.virtualBoard = virtualBoard;
         o.virtualBoardPacing = false;
         app = std::make_unique<shell::Application>(o, &messages);
-        app->mainWindow()->ComSelect->setCurrentIndex(4);
+        control<QComboBox>("ComSelect")->setCurrentIndex(4);
     }
+    // A control of the main window.
+    template <class W>
+    W* control(const char* name) const {
+        return child<W>(app->mainWindow(), name);
+    }
+    platform::SerialPort& port() const { return app->link().port(); }
+
     platform::RecordingMessageSink messages;
     std::unique_ptr<shell::Application> app;
 };
