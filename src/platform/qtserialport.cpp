@@ -1,5 +1,6 @@
 #include "platform/qtserialport.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <termios.h>
 #include <unistd.h>
@@ -42,11 +43,56 @@ void QtSerialPort::applySettings() {
     port_.setFlowControl(QSerialPort::NoFlowControl);
 }
 
+namespace {
+
+speed_t speedOf(int baud) {
+    switch (baud) {
+        case 1200:
+            return B1200;
+        case 2400:
+            return B2400;
+        case 4800:
+            return B4800;
+        case 9600:
+            return B9600;
+        case 19200:
+            return B19200;
+        case 38400:
+            return B38400;
+        case 57600:
+            return B57600;
+        case 115200:
+            return B115200;
+        default:
+            return B0;
+    }
+}
+
+// Closing puts back the speed the device had when it was opened, at once, without waiting for
+// the other end to take our last bytes (a pseudo-terminal's peer reads them later). Giving the
+// device our speed before the open makes that restore change nothing.
+void presetSpeed(const std::string& device, int baud) {
+    const speed_t speed = speedOf(baud);
+    if (speed == B0) return;
+    const int fd = ::open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0) return;
+    termios t{};
+    if (::tcgetattr(fd, &t) == 0 && (cfgetospeed(&t) != speed || cfgetispeed(&t) != speed)) {
+        cfsetispeed(&t, speed);
+        cfsetospeed(&t, speed);
+        ::tcsetattr(fd, TCSANOW, &t);
+    }
+    ::close(fd);
+}
+
+}  // namespace
+
 OpenError QtSerialPort::open() {
     if (port_.isOpen()) return OpenError::AlreadyOpen;
     failed_ = false;
     port_.setPortName(QString::fromStdString(device_));
     if (device_.empty()) return OpenError::NotFound;
+    presetSpeed(device_, settings_.baud);
     if (!port_.open(QIODevice::ReadWrite)) {
         const auto err = port_.error();
         port_.clearError();

@@ -5,19 +5,19 @@
 #include <QMainWindow>
 #include <QSerialPortInfo>
 
-#include "board/boardserver.h"
-#include "platform/qteventqueue.h"
-#include "platform/qtmessagesink.h"
-#include "platform/qtserialport.h"
-#include "platform/qtticktimer.h"
 #include "analysis/saranalysiswindow.h"
 #include "analysis/sarrunsettings.h"
 #include "analysis/sdanalysiswindow.h"
 #include "analysis/sdfigures.h"
+#include "board/boardserver.h"
 #include "link/link.h"
+#include "platform/qteventqueue.h"
+#include "platform/qtmessagesink.h"
+#include "platform/qtserialport.h"
+#include "platform/qtticktimer.h"
 #include "sar/sarwindow.h"
-#include "sigmadelta/sdwindow.h"
 #include "shell/mainwindow.h"
+#include "sigmadelta/sdwindow.h"
 
 namespace kelp::shell {
 
@@ -28,12 +28,8 @@ const char* const kDefaultBoardModel = "Zylo570";
 // Serial devices the system reports, other than the three behind COM 1 to COM 3.
 std::vector<std::string> systemPorts() {
     std::vector<std::string> out;
-    for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts()) {
-        const std::string device = info.systemLocation().toStdString();
-        bool fixed = false;
-        for (int n = 1; n <= 3; ++n) fixed = fixed || device == MainWindow::comDevice(n);
-        if (!fixed) out.push_back(device);
-    }
+    for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts())
+        out.push_back(info.systemLocation().toStdString());
     return out;
 }
 
@@ -56,7 +52,9 @@ Application::Application(ApplicationOptions options, platform::MessageSink* mess
     if (options_.listSystemPorts) devices = systemPorts();
     devices.insert(devices.end(), options_.extraPorts.begin(), options_.extraPorts.end());
     for (const std::string& d : devices) {
+        // COM 1 to COM 3 already stand for their devices.
         bool seen = false;
+        for (int n = 1; n <= 3; ++n) seen = seen || d == MainWindow::comDevice(n);
         for (const PortEntry& e : entries) seen = seen || e.device == d;
         if (!seen) entries.push_back({QString::fromStdString(d), d, false});
     }
@@ -116,8 +114,8 @@ void Application::openEvaluation(DeviceFamily family) {
         window->load(state_.loader.ModelName);
         window->show();
     } else {
-        auto* window = new sigmadelta::SdWindow(*link_, state_.run, state_.sd, state_.sdLink,
-                                                *messages_);
+        auto* window =
+            new sigmadelta::SdWindow(*link_, state_.run, state_.sd, state_.sdLink, *messages_);
         connect(window, &sigmadelta::SdWindow::exitRequested, this, &Application::exitProgram);
         connect(window, &sigmadelta::SdWindow::analysisRequested, this,
                 &Application::openSdAnalysis);
@@ -152,8 +150,9 @@ void Application::openSdAnalysis() {
     const sigmadelta::SdResults& r = state_.sd;
     analysis::SdAnalysisInput input;
     input.ModelName = state_.loader.ModelName;
-    input.results = {r.PrimaryCodeBuffer, r.PrimaryRawBuffer, r.AuxCodeBuffer, r.PrimaryMinCode,
-                     r.PrimaryMaxCode,    r.AuxMinCode,       r.AuxMaxCode,    state_.run.SampleCount};
+    input.results = {r.PrimaryCodeBuffer, r.PrimaryRawBuffer,    r.AuxCodeBuffer,
+                     r.PrimaryMinCode,    r.PrimaryMaxCode,      r.AuxMinCode,
+                     r.AuxMaxCode,        state_.run.SampleCount};
     input.settings = window->runSettings();
     sdAnalysis_->AnalyseData(input);
 }

@@ -32,8 +32,13 @@ DividerSent ChooseClockDivider(link::Link& link, SdLinkState& state, int positio
     if (!entry) return {};
     const DividerChoice choice = DescribeDividerChoice(state.CurrentClockDivider, entry->divider);
     state.CurrentClockDivider = static_cast<int16_t>(choice.CurrentClockDivider);
-    if (!link::OpenTargetPort(link.port())) return {choice.PLLCON, false};
+    // The speed goes on before the open, which the line cannot tell from after it.
+    const platform::LineSettings before = link.port().lineSettings();
     link.applySettings(choice.sendSettings);
+    if (!link::OpenTargetPort(link.port())) {
+        link.port().setLineSettings(before);
+        return {choice.PLLCON, false};
+    }
     link.send(choice.command);
     state.LinkSettings = choice.LinkSettings;
     // Closing lets the two bytes leave at the old speed first.
@@ -73,8 +78,7 @@ void SdRun::store(const std::string& model, int i) {
         const ChartScale s{results_.AuxMaxCode, results_.AuxMinCode, t.upperBound(),
                            t.lowerBound()};
         const ScaleStep step = AuxScaleStep(model, s, r.auxCode);
-        follow(t, results_.AuxMaxCode, results_.AuxMinCode, step,
-               AuxAxisLabels(model, step.scale));
+        follow(t, results_.AuxMaxCode, results_.AuxMinCode, step, AuxAxisLabels(model, step.scale));
         t.append(r.auxCode);
     }
 }
@@ -86,9 +90,14 @@ link::RunResult SdRun::execute(const std::string& model, bool is58XGroup) {
     // The stores hold 2001 samples; a larger count is refused before anything is sent.
     const std::optional<int> requested = RequestedSamples(view_.numSamplesText());
     if (!requested) return {RunOutcome::TooManySamples, run_.SampleCount};
-    if (!link::OpenTargetPort(link_.port())) return {RunOutcome::PortBusy, run_.SampleCount};
-    // The speed the last divider choice left; before any choice the port keeps its own.
+    // The speed the last divider choice left (before any choice the port keeps its own); set
+    // before the open, which the line cannot tell from after it.
+    const platform::LineSettings before = link_.port().lineSettings();
     if (!state_.LinkSettings.empty()) link_.applySettings(state_.LinkSettings);
+    if (!link::OpenTargetPort(link_.port())) {
+        link_.port().setLineSettings(before);
+        return {RunOutcome::PortBusy, run_.SampleCount};
+    }
 
     link_.discardInput();
     link_.send(ConfigurationMessage(config, is58XGroup));

@@ -2,6 +2,7 @@
 // pictures of the windows along the way. Run it under a real X server (xvfb-run).
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QPushButton>
@@ -9,13 +10,14 @@
 #include <cstdio>
 
 #include "analysis/saranalysiswindow.h"
+#include "analysis/sdanalysiswindow.h"
+#include "link/foldingframe.h"
 #include "link/registerpanel.h"
+#include "platform/qteventqueue.h"
 #include "platform/recordingmessagesink.h"
 #include "sar/sarwindow.h"
 #include "shell/application.h"
 #include "shell/mainwindow.h"
-
-#include "platform/qteventqueue.h"
 
 namespace {
 
@@ -33,14 +35,8 @@ void save(QWidget* w, const QString& folder, const char* name) {
         std::printf("%s\n", qPrintable(path));
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    kelp::platform::ChooseEventDispatcher();
-    QApplication app(argc, argv);
-    const QString folder = argc > 1 ? argv[1] : QStringLiteral("docs/screens");
-    QDir().mkpath(folder);
-
+// A download of the SAR firmware, the SAR window before, during and after a run.
+bool shootSar(QApplication& app, const QString& folder) {
     kelp::platform::RecordingMessageSink messages;
     kelp::shell::ApplicationOptions options;
     options.programFolder = QCoreApplication::applicationDirPath().toStdString();
@@ -58,7 +54,7 @@ int main(int argc, char** argv) {
     auto* sar = qobject_cast<kelp::sar::SarWindow*>(kelp.evaluationWindow());
     if (!sar) {
         for (const auto& m : messages.messages) std::fprintf(stderr, "%s\n", m.text.c_str());
-        return 1;
+        return false;
     }
     sar->resize(1100, 720);
     child<QComboBox>(sar, "ADCChan")->setCurrentIndex(2);
@@ -77,5 +73,54 @@ int main(int argc, char** argv) {
         app.exec();
     }
     for (const auto& m : messages.messages) std::fprintf(stderr, "message: %s\n", m.text.c_str());
-    return messages.messages.empty() ? 0 : 1;
+    return messages.messages.empty();
+}
+
+// Next on a board already running the 58X firmware: the sigma-delta window with one chart,
+// both charts during a run, and the analysis.
+bool shootSigmaDelta(QApplication& app, const QString& folder) {
+    kelp::platform::RecordingMessageSink messages;
+    kelp::shell::ApplicationOptions options;
+    options.programFolder = QCoreApplication::applicationDirPath().toStdString();
+    options.listSystemPorts = false;
+    kelp::shell::Application kelp(options, &messages);
+    kelp.show();
+    auto* main = kelp.mainWindow();
+    child<QComboBox>(main, "VantorCombobox")->setCurrentText("Zylo580");
+    auto* ports = child<QComboBox>(main, "ComSelect");
+    ports->setCurrentIndex(ports->count() - 1);
+    child<QPushButton>(main, "NextButton")->click();
+    auto* sd = kelp.evaluationWindow();
+    if (!sd || sd->objectName() != "SD_KELP") return false;
+    sd->resize(1180, 800);
+    QApplication::processEvents();
+    save(sd, folder, "sd-one-chart.png");
+    child<QCheckBox>(sd, "AuxillaryADCButton")->setChecked(true);
+    auto* sf = child<QComboBox>(sd, "SF");
+    sf->setCurrentIndex(0);
+    emit sf->activated(0);
+    child<kelp::link::FoldingFrame>(sd, "AdcSampFrame")->toggle();
+    child<QComboBox>(sd, "NumSamples")->setEditText("400");
+    QTimer::singleShot(2500, sd, [&] { save(sd, folder, "sd-two-charts.png"); });
+    child<QPushButton>(sd, "RunButton")->click();
+    if (auto* analysis = kelp.sdAnalysis()) {
+        analysis->resize(1000, 760);
+        QTimer::singleShot(300, analysis, [&] { save(analysis, folder, "sd-analysis.png"); });
+        QTimer::singleShot(400, &app, &QApplication::quit);
+        app.exec();
+    }
+    for (const auto& m : messages.messages) std::fprintf(stderr, "message: %s\n", m.text.c_str());
+    return messages.messages.empty() && kelp.sdAnalysis();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    kelp::platform::ChooseEventDispatcher();
+    QApplication app(argc, argv);
+    const QString folder = argc > 1 ? argv[1] : QStringLiteral("docs/screens");
+    QDir().mkpath(folder);
+    const bool sar = shootSar(app, folder);
+    const bool sd = shootSigmaDelta(app, folder);
+    return sar && sd ? 0 : 1;
 }
