@@ -97,6 +97,9 @@ std::optional<Nanos> SigmaDeltaFirmware::nextDue() const {
 void SigmaDeltaFirmware::advance(Nanos now, FirmwareOutput& out) {
     while (streaming_ && frameTime(scheduled_ + 1) <= now) {
         ++scheduled_;
+        // A server thread woken late would otherwise send the frames it missed back to back,
+        // which a chip never does; only the latest of those conversions goes out.
+        if (frameTime(scheduled_ + 1) <= now) continue;
         sendFrame(frameTime(scheduled_), out);
     }
 }

@@ -60,6 +60,10 @@ TEST(EndToEndDownload, EachImageLandsInTheBoardMemory) {
             if (l == "RUN") break;
         }
         EXPECT_EQ(steps, "RESET ERASE RUN ");
+        // Every loader request arrived at the loader's speed.
+        for (const char* tag : {"RESET", "ERASE", "WRITE", "RUN"})
+            for (const auto& [line, baud] : loggedWithSpeed(dir / "board.log", tag))
+                ASSERT_EQ(baud, 9600) << tag << line;
         EXPECT_EQ(writes, readLines(kProgramDir / "ASM" / c.image).size() - 1);
         fs::remove_all(dir);
     }

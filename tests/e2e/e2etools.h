@@ -58,6 +58,24 @@ inline std::vector<std::string> boardLog(const fs::path& p) {
     return lines;
 }
 
+// Each line of the board's log that starts with `tag`, as (rest of the line, speed it
+// arrived at). Lines of answers carry no speed: 0.
+inline std::vector<std::pair<std::string, int>> loggedWithSpeed(const fs::path& p,
+                                                                const std::string& tag) {
+    std::vector<std::pair<std::string, int>> out;
+    for (std::string l : readLines(p)) {
+        if (l.rfind(tag, 0) != 0) continue;
+        int baud = 0;
+        const size_t at = l.rfind(" @");
+        if (at != std::string::npos) {
+            baud = std::stoi(l.substr(at + 2));
+            l.erase(at);
+        }
+        out.emplace_back(l.substr(tag.size()), baud);
+    }
+    return out;
+}
+
 // The 8 KB memory an image should leave, read without any of the program's own code.
 inline std::string expectedMemory(const fs::path& hex) {
     std::string memory(8192, static_cast<char>(0xFF));
