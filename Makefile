@@ -27,6 +27,8 @@ bench: build
 	$(BUILD)/bin/bench_download
 	$(BUILD)/bin/bench_sar_run
 	$(BUILD)/bin/bench_statistics
+	$(BUILD)/bin/bench_charts
+	$(BUILD)/bin/bench_sd_run
 
 screenshots: build
 	scripts/screenshots.sh

@@ -62,6 +62,7 @@ struct BoardOptions {
     double sdOffsetMicrovolts = 50;
     double sdNoiseMicrovolts = 0.6;
     std::optional<double> sdLevel;
+    std::optional<double> sdRate;  // frames a second instead of the configured update rate
     std::vector<Fault> faults;
     StartMode start = StartMode::Firmware;
 };

@@ -41,6 +41,7 @@ std::string applySigmaDeltaOption(std::string_view name, std::string_view value,
          "an offset in microvolts from -1000000 to 1000000"},
         {"--sd-noise", 0, kSdMicrovoltsMax, "a noise in microvolts from 0 to 1000000"},
         {"--sd-level", -1, 1, "a fraction of the range from -1 to 1"},
+        {"--sd-rate", 1, 100000, "a frame rate from 1 to 100000 a second"},
     };
     const auto limits = std::find_if(std::begin(kLimits), std::end(kLimits),
                                      [&](const Limits& l) { return l.name == name; });
@@ -54,6 +55,7 @@ std::string applySigmaDeltaOption(std::string_view name, std::string_view value,
     if (name == "--sd-offset") options.sdOffsetMicrovolts = *number;
     if (name == "--sd-noise") options.sdNoiseMicrovolts = *number;
     if (name == "--sd-level") options.sdLevel = *number;
+    if (name == "--sd-rate") options.sdRate = *number;
     return {};
 }
 
@@ -172,6 +174,8 @@ Prints the terminal's path as the first line, then serves until SIGINT or SIGTER
                           (default 0 when bipolar, 0.25 when unipolar)
   --sd-offset UV          sigma-delta input offset in microvolts (default 50)
   --sd-noise UV           sigma-delta input noise in microvolts RMS (default 0.6)
+  --sd-rate HZ            sigma-delta frames a second instead of the configured update rate,
+                          still never faster than the link carries them (for stress tests)
   --start loader|firmware start in the loader or with the firmware running (default firmware)
   --fault FAULT           inject a fault; may be repeated
   -h, --help              show this text

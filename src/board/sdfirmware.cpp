@@ -75,7 +75,8 @@ Handled SigmaDeltaFirmware::handle(std::string_view command, Nanos now, Firmware
 
 double SigmaDeltaFirmware::framePeriodNs() const {
     // One frame per conversion, but never faster than the link carries them.
-    return std::max(kSecondNs / setup_.rateHz,
+    const double rate = options_.sdRate.value_or(setup_.rateHz);
+    return std::max(kSecondNs / rate,
                     kFrameChars * 10 * kSecondNs / static_cast<double>(listeningBaud()));
 }
 
