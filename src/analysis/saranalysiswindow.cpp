@@ -14,6 +14,7 @@
 
 #include "analysis/sarrunsettings.h"
 #include "analysis/statistics.h"
+#include "link/controlkit.h"
 #include "link/textforms.h"
 #include "platform/barchart.h"
 #include "platform/chartpanel.h"
@@ -121,20 +122,14 @@ const QColor kBarColor(255, 0, 0);
 
 QLineEdit* makeBox(const char* name, const QString& text, const QString& accessibleName,
                    QWidget* parent) {
-    auto* box = new QLineEdit(text, parent);
-    box->setObjectName(name);
-    box->setReadOnly(true);
-    box->setAccessibleName(accessibleName);
-    return box;
+    return link::makeFigureBox(parent, name, text, accessibleName);
 }
 
 QLabel* makeLabel(const char* name, const QString& text, QWidget* parent) {
-    auto* label = new QLabel(text, parent);
-    label->setObjectName(name);
-    return label;
+    return link::makeCaption(parent, name, text);
 }
 
-QString text(const std::string& s) { return QString::fromStdString(s); }
+QString text(const std::string& s) { return link::qs(s); }
 
 }  // namespace
 

@@ -12,6 +12,7 @@
 #include <span>
 
 #include "analysis/sdfigures.h"
+#include "link/controlkit.h"
 #include "platform/barchart.h"
 #include "platform/chartpanel.h"
 
@@ -267,17 +268,11 @@ constexpr const char* kLongSetting = "AIN10-AINCOM";
 
 QLineEdit* makeBox(const char* name, const QString& text, const QString& accessibleName,
                    QWidget* parent) {
-    auto* box = new QLineEdit(text, parent);
-    box->setObjectName(name);
-    box->setReadOnly(true);
-    box->setAccessibleName(accessibleName);
-    return box;
+    return link::makeFigureBox(parent, name, text, accessibleName);
 }
 
 QLabel* makeLabel(const char* name, const QString& text, QWidget* parent) {
-    auto* label = new QLabel(text, parent);
-    label->setObjectName(name);
-    return label;
+    return link::makeCaption(parent, name, text);
 }
 
 // A box that reads as plain text on the window: marks under a chart, stars and the note.
@@ -292,7 +287,7 @@ int textWidth(const QWidget* w, const QString& text) {
     return w->fontMetrics().horizontalAdvance(text) + 12;
 }
 
-QString text(const std::string& s) { return QString::fromStdString(s); }
+QString text(const std::string& s) { return link::qs(s); }
 
 // The stars beside the primary resolutions and the note under the figures.
 void addLimitMarks(Ui& ui, QGridLayout* grid, QGroupBox* frame, int starWidth) {

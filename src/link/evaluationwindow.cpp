@@ -7,7 +7,12 @@
 #include <QGridLayout>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTimer>
+#include <algorithm>
 
+#include "link/foldingframe.h"
 #include "link/targetport.h"
 #include "platform/messages.h"
 
@@ -78,6 +83,28 @@ QWidget* EvaluationWindow::makeRunButtons(QWidget* parent) {
     connect(runButton_, &QPushButton::clicked, this, &EvaluationWindow::RunButton_Click);
     connect(stopButton_, &QPushButton::clicked, this, &EvaluationWindow::StopButton_Click);
     return cell;
+}
+
+QScrollArea* EvaluationWindow::makeSettingsColumn(QWidget* content, int width, QWidget* parent) {
+    settingsColumn_ = new QScrollArea(parent);
+    settingsColumn_->setObjectName(QStringLiteral("SettingsColumn"));
+    settingsColumn_->setWidget(content);
+    settingsColumn_->setWidgetResizable(true);
+    settingsColumn_->setFrameShape(QFrame::NoFrame);
+    settingsColumn_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // Room is kept for the scroll bar.
+    settingsColumn_->setFixedWidth(std::max(width, content->minimumSizeHint().width()) +
+                                   settingsColumn_->verticalScrollBar()->sizeHint().width());
+    return settingsColumn_;
+}
+
+void EvaluationWindow::keepInView(FoldingFrame* frame) {
+    connect(frame, &FoldingFrame::frameHeightChanged, this, [this, frame] {
+        // Once the column has been laid out again.
+        if (frame->isExpanded() && settingsColumn_)
+            QTimer::singleShot(0, this,
+                               [this, frame] { settingsColumn_->ensureWidgetVisible(frame); });
+    });
 }
 
 void EvaluationWindow::showSampling(bool sampling) {

@@ -7,12 +7,15 @@
 
 class QComboBox;
 class QPushButton;
+class QScrollArea;
 
 namespace kelp::platform {
 class MessageSink;
 }
 
 namespace kelp::link {
+
+class FoldingFrame;
 
 // What both evaluation windows share: File > Exit and closing end the program (once), Run
 // and Stop take turns in one place, the sample count is checked when its box is left, and a
@@ -49,6 +52,11 @@ protected:
     QComboBox* makeNumSamples(QWidget* parent, const QStringList& entries);
     // Run and Stop in one cell; Stop hidden until a run starts.
     QWidget* makeRunButtons(QWidget* parent);
+    // The settings column: fixed width (at least `width`), leaving the rest to the charts; it
+    // scrolls when folding frames make it taller than the window, and an opened frame is
+    // brought into view.
+    QScrollArea* makeSettingsColumn(QWidget* content, int width, QWidget* parent);
+    void keepInView(FoldingFrame* frame);
     void showSampling(bool sampling);
     QComboBox* numSamples() const { return numSamples_; }
     // True from a Run click until its run has ended.
@@ -62,6 +70,7 @@ private:
 
     platform::MessageSink& messages_;
     QComboBox* numSamples_ = nullptr;
+    QScrollArea* settingsColumn_ = nullptr;
     QPushButton* runButton_ = nullptr;
     QPushButton* stopButton_ = nullptr;
     bool exitRequested_ = false;

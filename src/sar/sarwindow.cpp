@@ -10,14 +10,12 @@
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QPushButton>
-#include <QScrollArea>
-#include <QScrollBar>
-#include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <map>
 
 #include "analysis/sarrunsettings.h"
+#include "link/controlkit.h"
 #include "link/controls.h"
 #include "link/link.h"
 #include "link/registerpanel.h"
@@ -37,31 +35,13 @@ constexpr int kNumSamplesDefault = 2;  // "4000"
 constexpr int kSettingsColumnWidth = 430;
 constexpr const char* kFirmwareLinkSettings = "57600,N,8,1";
 
-QString qs(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-QStringList entries(std::span<const std::string_view> list) {
-    QStringList out;
-    for (std::string_view e : list) out << qs(e);
-    return out;
-}
-
-std::string text(const QLineEdit* box) { return box->text().toStdString(); }
-
-template <typename W>
-W* make(QWidget* parent, const char* name) {
-    auto* w = new W(parent);
-    w->setObjectName(QString::fromLatin1(name));
-    return w;
-}
+using link::entries;
+using link::make;
+using link::qs;
+using link::text;
 
 QLabel* makeLabel(QWidget* parent, const char* name, const char* caption, QWidget* buddy) {
-    auto* label = make<QLabel>(parent, name);
-    label->setText(QString::fromLatin1(caption));
-    label->setBuddy(buddy);
-    buddy->setAccessibleName(label->text());
-    return label;
+    return link::makeCaption(parent, name, QString::fromLatin1(caption), buddy);
 }
 
 }  // namespace
@@ -93,7 +73,6 @@ struct SarWindow::Ui {
     link::RegisterPanel* DigitalFrame = nullptr;
     QComboBox* NumSamples = nullptr;
     platform::ChartPanel* Graph = nullptr;
-    QScrollArea* leftColumn = nullptr;
 
     std::map<QComboBox*, void (SarWindow::*)()> listReactions;
     std::unique_ptr<SarRun> runner;
@@ -163,18 +142,7 @@ SarWindow::SarWindow(link::Link& link, link::RunState& run, SarResults& results,
     leftLayout->addWidget(u.DigitalFrame);
     leftLayout->addStretch(1);
 
-    // The expanded register panel is taller than the window; the column scrolls then.
-    u.leftColumn = new QScrollArea(central);
-    u.leftColumn->setObjectName(QStringLiteral("SettingsColumn"));
-    u.leftColumn->setWidget(left);
-    u.leftColumn->setWidgetResizable(true);
-    u.leftColumn->setFrameShape(QFrame::NoFrame);
-    u.leftColumn->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    // A fixed column leaves the rest of the width to the chart; room is kept for the bar.
-    const int columnWidth = std::max(kSettingsColumnWidth, left->minimumSizeHint().width());
-    u.leftColumn->setFixedWidth(columnWidth +
-                                u.leftColumn->verticalScrollBar()->sizeHint().width());
-    columns->addWidget(u.leftColumn, 0);
+    columns->addWidget(makeSettingsColumn(left, kSettingsColumnWidth, central), 0);
     columns->addWidget(buildChartPanel(), 1);
     setCentralWidget(central);
 
@@ -328,12 +296,7 @@ void SarWindow::connectHandlers() {
     connect(u.DAC1Button, &QCheckBox::toggled, this, &SarWindow::DAC1Button_Click);
     connect(u.DAC0Data, &QLineEdit::textChanged, this, &SarWindow::DAC0Data_Change);
     connect(u.DAC1Data, &QLineEdit::textChanged, this, &SarWindow::DAC1Data_Change);
-    connect(u.DigitalFrame, &link::RegisterPanel::frameHeightChanged, this, [this] {
-        // Bring the opened panel into view once the column has been laid out again.
-        if (ui_->DigitalFrame->isExpanded())
-            QTimer::singleShot(0, this,
-                               [this] { ui_->leftColumn->ensureWidgetVisible(ui_->DigitalFrame); });
-    });
+    keepInView(u.DigitalFrame);
 }
 
 void SarWindow::selectEntry(QComboBox* list, int position) {

@@ -8,15 +8,13 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QStatusBar>
-#include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <map>
 
 #include "analysis/sdfigures.h"
+#include "link/controlkit.h"
 #include "link/controls.h"
 #include "link/link.h"
 #include "link/registerpanel.h"
@@ -38,24 +36,10 @@ constexpr link::FrameHeights kSamplingFrameHeights{80, 160, 75, 1.15};
 constexpr int kSettingsColumnWidth = 450;
 constexpr const char* kFirmwareLinkSettings = "57600,N,8,1";
 
-QString qs(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-QStringList entries(std::span<const std::string_view> list) {
-    QStringList out;
-    for (std::string_view e : list) out << qs(e);
-    return out;
-}
-
-std::string text(const QLineEdit* box) { return box->text().toStdString(); }
-
-template <typename W>
-W* make(QWidget* parent, const char* name) {
-    auto* w = new W(parent);
-    w->setObjectName(QString::fromLatin1(name));
-    return w;
-}
+using link::entries;
+using link::make;
+using link::qs;
+using link::text;
 
 // A list with its design entries and, as at design time, no selection: the set-up's first
 // selection is a change and runs the list's reaction.
@@ -67,13 +51,7 @@ QComboBox* makeList(QWidget* parent, const char* name, std::span<const std::stri
 }
 
 QLabel* makeLabel(QWidget* parent, const char* name, const char* caption, QWidget* buddy) {
-    auto* label = make<QLabel>(parent, name);
-    label->setText(QString::fromLatin1(caption));
-    if (buddy) {
-        label->setBuddy(buddy);
-        buddy->setAccessibleName(label->text());
-    }
-    return label;
+    return link::makeCaption(parent, name, QString::fromLatin1(caption), buddy);
 }
 
 // Label and control rows of a frame's grid.
@@ -145,7 +123,6 @@ struct SdWindow::Ui {
     QComboBox* CDBits = nullptr;
     platform::ChartPanel* Graph = nullptr;
     platform::ChartPanel* AuxGraph = nullptr;
-    QScrollArea* leftColumn = nullptr;
 
     std::map<QComboBox*, void (SdWindow::*)()> listReactions;
     std::unique_ptr<SdRun> runner;
@@ -226,17 +203,7 @@ SdWindow::SdWindow(link::Link& link, link::RunState& run, SdResults& results, Sd
     leftLayout->addWidget(u.DigitalFrame);
     leftLayout->addStretch(1);
 
-    // Expanded frames make the column taller than the window; the column scrolls then.
-    u.leftColumn = new QScrollArea(central);
-    u.leftColumn->setObjectName(QStringLiteral("SettingsColumn"));
-    u.leftColumn->setWidget(left);
-    u.leftColumn->setWidgetResizable(true);
-    u.leftColumn->setFrameShape(QFrame::NoFrame);
-    u.leftColumn->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    const int columnWidth = std::max(kSettingsColumnWidth, left->minimumSizeHint().width());
-    u.leftColumn->setFixedWidth(columnWidth +
-                                u.leftColumn->verticalScrollBar()->sizeHint().width());
-    columns->addWidget(u.leftColumn, 0);
+    columns->addWidget(makeSettingsColumn(left, kSettingsColumnWidth, central), 0);
     columns->addWidget(buildCharts(), 1);
     setCentralWidget(central);
 
@@ -463,15 +430,8 @@ void SdWindow::connectHandlers() {
     connect(u.VrefTextbox, &QLineEdit::textChanged, this, &SdWindow::VrefTextbox_Change);
     connect(u.DACData, &QLineEdit::textChanged, this, &SdWindow::DACData_Change);
     u.SF->installEventFilter(this);
-    for (link::FoldingFrame* frame : {static_cast<link::FoldingFrame*>(u.AdcSampFrame),
-                                      static_cast<link::FoldingFrame*>(u.DigitalFrame)}) {
-        connect(frame, &link::FoldingFrame::frameHeightChanged, this, [this, frame] {
-            // Bring an opened frame into view once the column has been laid out again.
-            if (frame->isExpanded())
-                QTimer::singleShot(0, this,
-                                   [this, frame] { ui_->leftColumn->ensureWidgetVisible(frame); });
-        });
-    }
+    keepInView(u.AdcSampFrame);
+    keepInView(u.DigitalFrame);
 }
 
 void SdWindow::select(QComboBox* list, int position) {
