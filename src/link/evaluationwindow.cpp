@@ -85,7 +85,7 @@ QWidget* EvaluationWindow::makeRunButtons(QWidget* parent) {
     return cell;
 }
 
-QScrollArea* EvaluationWindow::makeSettingsColumn(QWidget* content, int width, QWidget* parent) {
+QWidget* EvaluationWindow::makeSettingsColumn(QWidget* content, int width, QWidget* parent) {
     settingsColumn_ = new QScrollArea(parent);
     settingsColumn_->setObjectName(QStringLiteral("SettingsColumn"));
     settingsColumn_->setWidget(content);

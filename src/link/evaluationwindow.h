@@ -55,7 +55,7 @@ protected:
     // The settings column: fixed width (at least `width`), leaving the rest to the charts; it
     // scrolls when folding frames make it taller than the window, and an opened frame is
     // brought into view.
-    QScrollArea* makeSettingsColumn(QWidget* content, int width, QWidget* parent);
+    QWidget* makeSettingsColumn(QWidget* content, int width, QWidget* parent);
     void keepInView(FoldingFrame* frame);
     void showSampling(bool sampling);
     QComboBox* numSamples() const { return numSamples_; }
