@@ -35,13 +35,18 @@ void save(QWidget* w, const QString& folder, const char* name) {
         std::printf("%s\n", qPrintable(path));
 }
 
+// KELP as installed, with its virtual board and no other port.
+kelp::shell::ApplicationOptions options() {
+    kelp::shell::ApplicationOptions o;
+    o.programFolder = QCoreApplication::applicationDirPath().toStdString();
+    o.listSystemPorts = false;
+    return o;
+}
+
 // A download of the SAR firmware, the SAR window before, during and after a run.
 bool shootSar(QApplication& app, const QString& folder) {
     kelp::platform::RecordingMessageSink messages;
-    kelp::shell::ApplicationOptions options;
-    options.programFolder = QCoreApplication::applicationDirPath().toStdString();
-    options.listSystemPorts = false;
-    kelp::shell::Application kelp(options, &messages);
+    kelp::shell::Application kelp(options(), &messages);
     kelp.show();
     auto* main = kelp.mainWindow();
     child<QComboBox>(main, "VantorCombobox")->setCurrentText("Zylo570");
@@ -80,10 +85,7 @@ bool shootSar(QApplication& app, const QString& folder) {
 // both charts during a run, and the analysis.
 bool shootSigmaDelta(QApplication& app, const QString& folder) {
     kelp::platform::RecordingMessageSink messages;
-    kelp::shell::ApplicationOptions options;
-    options.programFolder = QCoreApplication::applicationDirPath().toStdString();
-    options.listSystemPorts = false;
-    kelp::shell::Application kelp(options, &messages);
+    kelp::shell::Application kelp(options(), &messages);
     kelp.show();
     auto* main = kelp.mainWindow();
     child<QComboBox>(main, "VantorCombobox")->setCurrentText("Zylo580");
