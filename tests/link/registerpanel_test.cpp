@@ -14,8 +14,8 @@ using testing::child;
 
 constexpr FrameHeights kHeights{35, 417.753, 31};
 
-// Each box with its own rule: a text set by the program is rewritten like a typed one, in
-// that box and no other. The UART boxes keep any text.
+// A text set by the program is rewritten like a typed one, by that box's own rule; the UART
+// boxes keep any text.
 TEST(RegisterPanel, EveryBoxKeepsToItsOwnRule) {
     RegisterPanel panel(kHeights);
     EXPECT_EQ(child<QLineEdit>(&panel, "PWMCONSFR")->text(), "00");  // as designed until edited
@@ -34,10 +34,10 @@ TEST(RegisterPanel, EveryBoxKeepsToItsOwnRule) {
               "0 0 0 0 0 0 1 1 0 0 0 0 1FF 1FF 0 1ff 1ff 1ff 1ff 1ff");
 }
 
+// Every key rewrites the box: "1001" in an 8-bit box reads 0 at "100", then "01" gives "1",
+// where one rewrite of the whole text would give "0".
 TEST(RegisterPanel, TypingRewritesAfterEveryKeyWithTheCaretAtTheEnd) {
     RegisterPanel panel(kHeights);
-    // "1001" on an 8-bit box: "100" already reads 0, so the rest gives "01" -> "1", where a
-    // rewrite of the whole typed text would give "0".
     const struct {
         const char *box, *typed, *shown;
     } cases[] = {{"TCONSFR", "1001", "1"}, {"T0SFR", "ffff", "FFFF"}, {"P1_0SFR", "7", "1"}};
