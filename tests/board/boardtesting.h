@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "board/boardoptions.h"
+
 namespace kelp::board::testing {
 
 inline const std::string kResetSequence("\x21\x5A\x00\xA6", 4);
@@ -27,19 +29,23 @@ inline std::string writeFrame(int address, const std::string& data) {
     return loaderFrame('W', bytes({0x00, address >> 8, address & 0xFF}) + data);
 }
 
-// A SAR configuration message: C, then the given bytes from offset 1 on, zeros after them.
-inline std::string configuration(std::initializer_list<int> fromOffset1) {
+// C, the given bytes from offset 1 on, zeros up to 26 bytes (SAR) or 27 (sigma-delta).
+inline std::string configuration(std::initializer_list<int> fromOffset1, std::size_t size = 26) {
     std::string message = "C" + bytes(fromOffset1);
-    message.resize(26, '\0');
+    message.resize(size, '\0');
     return message;
 }
 
-// A sigma-delta configuration message: C, then the given bytes from offset 1 on, zeros after
-// them, 27 bytes in all.
-inline std::string sdConfiguration(std::initializer_list<int> fromOffset1) {
-    std::string message = "C" + bytes(fromOffset1);
-    message.resize(27, '\0');
-    return message;
+inline BoardOptions withFaults(const std::vector<std::string>& faults,
+                               StartMode start = StartMode::Firmware,
+                               const std::string& model = "Zylo570") {
+    BoardOptions options;
+    options.start = start;
+    options.model = model;
+    std::string error;
+    for (const std::string& text : faults)
+        options.faults.push_back(parseFault(text, error).value());
+    return options;
 }
 
 }  // namespace kelp::board::testing
