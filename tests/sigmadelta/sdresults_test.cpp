@@ -50,21 +50,16 @@ void feed(const char* model, bool aux, ChartScale s, const std::vector<Step>& st
     }
 }
 
-TEST(ChartScale, PrimarySnapsTo16WithOneStepMargin) {
-    const ChartScale start{0, 0x1000000, 0x800100, 0x7FFE00};  // the design bounds
-    feed("Zylo540", false, start,
+TEST(ChartScale, PrimaryAndAuxiliaryRules) {
+    const ChartScale design{0, 0x1000000, 0x800100, 0x7FFE00};
+    // Snapped to 16 with one step of margin; code 0 is no new maximum, so only the lower
+    // bound moves, below 0.
+    feed("Zylo540", false, design,
          {{0x800123, true, 0x800130, 0x800110, "800130|800120|800110"},
-          {0x800123, false, 0x800130, 0x800110, "800130|800120|800110"},
-          {0x80013F, true, 0x800140, 0x800110, "800140|800128|800110"},
-          {0x80010F, true, 0x800140, 0x8000F0, "800140|800118|8000F0"}});
-    // Code 0 is no new maximum: only the lower bound moves, below 0.
-    feed("Zylo540", false, start,
+          {0x80010F, true, 0x800130, 0x8000F0, "800130|800110|8000F0"}});
+    feed("Zylo540", false, design,
          {{0, true, 0x800100, -16, "800100|" + link::HexCode((0x800100 - 16) / 2) + "|-10"}});
-}
-
-TEST(ChartScale, AuxiliaryRulePerModel) {
-    feed("Zylo580", true, {0, 0x1000000, 0x800100, 0x7FFE00},
-         {{0x456789, true, 0x456790, 0x456770, "456790|456780|456770"}});
+    feed("Zylo580", true, design, {{0x456789, true, 0x456790, 0x456770, "456790|456780|456770"}});
     // Other models: the bounds are the codes; a half middle goes to the even neighbour.
     feed("Zylo560", true, {0, 0x10000, 0x8001, 0x7FFE},
          {{0x8021, true, 0x8021, 0x8021, "8021|8021|8021"},
