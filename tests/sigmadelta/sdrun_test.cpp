@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "link/link.h"
 #include "platform/recordingtrace.h"
+#include "support/boardpeer.h"
 #include "support/fakes.h"
 
 namespace kelp::sigmadelta {
@@ -151,6 +153,47 @@ TEST_F(SdRunTest, RefusalsAndEndings) {
     EXPECT_EQ(world.port.writes.back(), "R");  // no stop byte once the program ends
     EXPECT_FALSE(world.port.isOpen());
     EXPECT_FALSE(world.timer.enabled());
+}
+
+}  // namespace
+}  // namespace kelp::sigmadelta
+
+namespace kelp::sigmadelta {
+namespace {
+
+// The same run against the virtual board's own engine: every frame it sends is stored in
+// order, at the speed the divider left; at another speed the chip hears nothing.
+TEST(SdRunOnTheBoard, EveryFrameSentIsStoredAndAWrongSpeedIsHeardAsGarbage) {
+    for (const char* speed : {"57600,N,8,1", "9600,N,8,1"}) {
+        SCOPED_TRACE(speed);
+        testing::FakeWorld world;
+        board::BoardOptions options;
+        options.model = "Zylo580";
+        testing::BoardPeer peer(world, options);
+        link::Link link{world.port, world.timer, world.events};
+        link::RunState runState;
+        SdResults results;
+        SdLinkState state{speed};
+        View view{world.port};
+        view.numSamples = "40";
+        view.config.PON = true;
+        SdRun(link, runState, results, state, view).execute("Zylo580", true);
+
+        std::vector<long> sent;
+        for (const std::string& line : peer.log())
+            if (line.rfind("CODES ", 0) == 0)
+                sent.push_back(std::stol(line.substr(6, 6), nullptr, 16));
+        const bool heard = std::string(speed) == "57600,N,8,1";
+        ASSERT_EQ(sent.size() >= 40, heard);
+        for (size_t i = 0; heard && i < 40; ++i)
+            ASSERT_EQ(results.PrimaryCodeBuffer[i], sent[i]) << i;
+        const auto requests = peer.engine().takeRequests();
+        EXPECT_EQ(std::count_if(requests.begin(), requests.end(),
+                                [](const board::ReceivedRequest& r) {
+                                    return r.kind == board::RequestKind::Bad;
+                                }) > 0,
+                  !heard);
+    }
 }
 
 }  // namespace
