@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <string>
 
@@ -11,21 +10,19 @@ namespace kelp::testing {
 // A file in a fresh temporary folder, removed with the object.
 class TempFile {
 public:
-    explicit TempFile(const std::string& content, const std::string& name = "image.hex") {
+    explicit TempFile(const std::string& content) {
         char pattern[] = "/tmp/kelp-test-XXXXXX";
         dir_ = ::mkdtemp(pattern);
-        path_ = dir_ + "/" + name;
-        std::ofstream(path_, std::ios::binary) << content;
+        std::ofstream(path(), std::ios::binary) << content;
     }
     ~TempFile() {
-        ::unlink(path_.c_str());
+        ::unlink(path().c_str());
         ::rmdir(dir_.c_str());
     }
-    const std::string& path() const { return path_; }
+    std::string path() const { return dir_ + "/image.hex"; }
 
 private:
     std::string dir_;
-    std::string path_;
 };
 
 }  // namespace kelp::testing
