@@ -64,8 +64,6 @@ struct SarAnalysisWindow::Ui {
     QLineEdit* MaxCodeHistogramTextbox = nullptr;
 
     platform::ChartPanel* Graph = nullptr;
-
-    QPushButton* ReturnButton = nullptr;
 };
 
 namespace {
@@ -134,7 +132,7 @@ QString text(const std::string& s) { return link::qs(s); }
 }  // namespace
 
 SarAnalysisWindow::SarAnalysisWindow(const std::string& model, QWidget* parent)
-    : QMainWindow(parent), ui_(std::make_unique<Ui>()) {
+    : AnalysisWindow(parent), ui_(std::make_unique<Ui>()) {
     setObjectName("SAR_KELP_Analysis");
     setWindowTitle("KELP - " + text(model) + " - ADC Noise Analysis");
 
@@ -148,19 +146,7 @@ SarAnalysisWindow::SarAnalysisWindow(const std::string& model, QWidget* parent)
     root->addLayout(middle, 3);
     root->addWidget(buildGraphPanel(), 2);
 
-    ui_->ReturnButton = new QPushButton("Return to Aquistion Window", central);
-    ui_->ReturnButton->setObjectName("ReturnButton");
-    auto* footer = new QHBoxLayout();
-    footer->addStretch(1);
-    footer->addWidget(ui_->ReturnButton);
-    root->addLayout(footer);
-
-    setCentralWidget(central);
-    resize(1000, 700);
-
-    connect(ui_->ReturnButton, &QPushButton::clicked, this, &SarAnalysisWindow::ReturnButton_Click);
-    // The boxes are only read; the one thing to do here is go back.
-    ui_->ReturnButton->setFocus();
+    finish(central, root, 1000, 700);
 }
 
 QWidget* SarAnalysisWindow::buildSettingsGroup() {
@@ -254,8 +240,6 @@ QWidget* SarAnalysisWindow::buildGraphPanel() {
 }
 
 SarAnalysisWindow::~SarAnalysisWindow() = default;
-
-void SarAnalysisWindow::ReturnButton_Click() { hide(); }
 
 void SarAnalysisWindow::AnalyseData(const SarRunSettings& settings, const SarRunData& data) {
     // The run window's settings, as they were for this run.

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <QMainWindow>
 #include <memory>
 #include <string>
+
+#include "analysis/analysiswindow.h"
 
 class QGroupBox;
 class QLabel;
@@ -14,7 +15,6 @@ class BarChart;
 class ChartPanel;
 }  // namespace kelp::platform
 
-
 namespace kelp::analysis {
 
 struct SarRunSettings;
@@ -22,7 +22,7 @@ struct SarRunData;
 
 // SAR_KELP_Analysis: the noise analysis over the codes of the last SAR run. Created once,
 // shown by every run, hidden (never closed) by ReturnButton.
-class SarAnalysisWindow final : public QMainWindow {
+class SarAnalysisWindow final : public AnalysisWindow {
     Q_OBJECT
 public:
     explicit SarAnalysisWindow(const std::string& model, QWidget* parent = nullptr);
@@ -36,7 +36,6 @@ public:
     struct Ui;  // the window's controls, found by name from outside
 
 private:
-    void ReturnButton_Click();
     QWidget* buildSettingsGroup();
     QWidget* buildResultsGroup();
     QWidget* buildHistogramPanel();

@@ -91,8 +91,6 @@ struct SdAnalysisWindow::Ui {
 
     platform::ChartPanel* Graph = nullptr;
     platform::ChartPanel* AuxGraph = nullptr;
-
-    QPushButton* ReturnButton = nullptr;
 };
 
 namespace {
@@ -426,7 +424,7 @@ void showBlock(Ui& ui, const Block& block, const BlockFigures& figures,
 }  // namespace
 
 SdAnalysisWindow::SdAnalysisWindow(const std::string& model, QWidget* parent)
-    : QMainWindow(parent), ui_(std::make_unique<Ui>()) {
+    : AnalysisWindow(parent), ui_(std::make_unique<Ui>()) {
     setObjectName("SD_KELP_Analysis");
     setWindowTitle("KELP - " + text(model) + " - ADC Noise Analysis");
 
@@ -449,19 +447,7 @@ SdAnalysisWindow::SdAnalysisWindow(const std::string& model, QWidget* parent)
     blocks->setRowStretch(2, 2);
     root->addLayout(blocks, 1);
 
-    ui_->ReturnButton = new QPushButton("Return to Aquistion Window", central);
-    ui_->ReturnButton->setObjectName("ReturnButton");
-    auto* footer = new QHBoxLayout();
-    footer->addStretch(1);
-    footer->addWidget(ui_->ReturnButton);
-    root->addLayout(footer);
-
-    setCentralWidget(central);
-    resize(1000, 720);
-
-    connect(ui_->ReturnButton, &QPushButton::clicked, this, &SdAnalysisWindow::ReturnButton_Click);
-    // The boxes are only read; the one thing to do here is go back.
-    ui_->ReturnButton->setFocus();
+    finish(central, root, 1000, 720);
 }
 
 QWidget* SdAnalysisWindow::buildSummary() {
@@ -507,8 +493,6 @@ QWidget* SdAnalysisWindow::buildSummary() {
 }
 
 SdAnalysisWindow::~SdAnalysisWindow() = default;
-
-void SdAnalysisWindow::ReturnButton_Click() { hide(); }
 
 void SdAnalysisWindow::AnalyseData(const SdAnalysisInput& input) {
     const SdFigures figures = ComputeSdFigures(input);

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <QMainWindow>
 #include <memory>
 #include <string>
+
+#include "analysis/analysiswindow.h"
 
 namespace kelp::analysis {
 
@@ -10,7 +11,7 @@ struct SdAnalysisInput;
 
 // SD_KELP_Analysis: the noise analysis of both converters of the last sigma-delta run.
 // Created once, shown by every run, hidden (never closed) by ReturnButton.
-class SdAnalysisWindow final : public QMainWindow {
+class SdAnalysisWindow final : public AnalysisWindow {
     Q_OBJECT
 public:
     explicit SdAnalysisWindow(const std::string& model, QWidget* parent = nullptr);
@@ -24,7 +25,6 @@ public:
     struct Ui;  // the window's controls, found by name from outside
 
 private:
-    void ReturnButton_Click();
     QWidget* buildSummary();
 
     std::unique_ptr<Ui> ui_;
