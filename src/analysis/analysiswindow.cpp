@@ -6,6 +6,13 @@
 
 namespace kelp::analysis {
 
+AnalysisWindow::AnalysisWindow(const char* name, const std::string& model, QWidget* parent)
+    : QMainWindow(parent) {
+    setObjectName(QString::fromLatin1(name));
+    setWindowTitle(QStringLiteral("KELP - ") + QString::fromStdString(model) +
+                   QStringLiteral(" - ADC Noise Analysis"));
+}
+
 void AnalysisWindow::finish(QWidget* central, QVBoxLayout* root, int width, int height) {
     auto* back = new QPushButton(QStringLiteral("Return to Aquistion Window"), central);
     back->setObjectName(QStringLiteral("ReturnButton"));

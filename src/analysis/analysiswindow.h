@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <string>
 
 class QVBoxLayout;
 
@@ -14,7 +15,8 @@ public:
     void ReturnButton_Click() { hide(); }
 
 protected:
-    explicit AnalysisWindow(QWidget* parent) : QMainWindow(parent) {}
+    // Named `name`, titled after the model in use.
+    AnalysisWindow(const char* name, const std::string& model, QWidget* parent);
     // Puts "Return to Aquistion Window" under the content, which becomes the window's.
     void finish(QWidget* central, QVBoxLayout* root, int width, int height);
 };

@@ -132,9 +132,7 @@ QString text(const std::string& s) { return link::qs(s); }
 }  // namespace
 
 SarAnalysisWindow::SarAnalysisWindow(const std::string& model, QWidget* parent)
-    : AnalysisWindow(parent), ui_(std::make_unique<Ui>()) {
-    setObjectName("SAR_KELP_Analysis");
-    setWindowTitle("KELP - " + text(model) + " - ADC Noise Analysis");
+    : AnalysisWindow("SAR_KELP_Analysis", model, parent), ui_(std::make_unique<Ui>()) {
 
     auto* central = new QWidget(this);
     auto* root = new QVBoxLayout(central);

@@ -424,9 +424,7 @@ void showBlock(Ui& ui, const Block& block, const BlockFigures& figures,
 }  // namespace
 
 SdAnalysisWindow::SdAnalysisWindow(const std::string& model, QWidget* parent)
-    : AnalysisWindow(parent), ui_(std::make_unique<Ui>()) {
-    setObjectName("SD_KELP_Analysis");
-    setWindowTitle("KELP - " + text(model) + " - ADC Noise Analysis");
+    : AnalysisWindow("SD_KELP_Analysis", model, parent), ui_(std::make_unique<Ui>()) {
 
     auto* central = new QWidget(this);
     auto* root = new QVBoxLayout(central);
