@@ -15,6 +15,8 @@
 
 #include "benchsupport.h"
 #include "platform/recordingmessagesink.h"
+#include "link/rxdatapacket.h"
+#include "link/targetport.h"
 #include "sigmadelta/sdwindow.h"
 
 namespace {
@@ -42,6 +44,22 @@ struct Result {
     size_t sent = 0;  // frames the board sent before the stop byte
 };
 
+// Samples holding the code the board sent for that sample, and the frames they skip over.
+Result compare(const std::vector<long>& codes, const std::vector<long>& stored) {
+    Result r;
+    r.sent = codes.size();
+    for (size_t i = 0; i < stored.size() && i < codes.size(); ++i) r.stored += stored[i] == codes[i];
+    size_t j = 0;
+    for (long code : stored) {
+        size_t k = j;
+        while (k < codes.size() && codes[k] != code) ++k;
+        if (k == codes.size()) continue;  // a sample without a frame of its own
+        r.lost += static_cast<int>(k - j);
+        j = k + 1;
+    }
+    return r;
+}
+
 // One run of `samples` on Zylo580 at divider 0 (57600 baud), SF 0D, chopping off.
 Result run(QStringList boardArgs, int samples) {
     const fs::path log = fs::temp_directory_path() / "kelp-bench-sd.log";
@@ -67,28 +85,41 @@ Result run(QStringList boardArgs, int samples) {
     window.findChild<QCheckBox*>("AuxillaryADCButton")->setChecked(true);
     window.findChild<QComboBox*>("NumSamples")->setEditText(QString::number(samples));
 
-    Result r;
     const double cpu0 = kelp::bench::cpuSeconds();
     const double t0 = kelp::bench::wallSeconds();
     window.findChild<QPushButton*>("RunButton")->click();
-    r.wall = kelp::bench::wallSeconds() - t0;
-    r.cpu = kelp::bench::cpuSeconds() - cpu0;
-    const std::vector<long> codes = sentCodes(log);
-    r.sent = codes.size();
+    const double wall = kelp::bench::wallSeconds() - t0;
+    const double cpu = kelp::bench::cpuSeconds() - cpu0;
     const auto& stored = host.state.sd.PrimaryCodeBuffer;
-    for (size_t i = 0; i < static_cast<size_t>(samples) && i < codes.size(); ++i)
-        r.stored += stored[i] == codes[i];
-    // Lost frames: those the samples skip over, walking both in order.
-    size_t j = 0;
-    for (size_t i = 0; i < static_cast<size_t>(samples); ++i) {
-        size_t k = j;
-        while (k < codes.size() && codes[k] != stored[i]) ++k;
-        if (k == codes.size()) continue;  // a sample without a frame of its own
-        r.lost += static_cast<int>(k - j);
-        j = k + 1;
-        if (std::getenv("KELP_BENCH_DEBUG") && k != i)
-            std::fprintf(stderr, "sample %zu holds frame %zu\n", i, k);
-    }
+    Result r = compare(sentCodes(log), std::vector<long>(stored.begin(), stored.begin() + samples));
+    r.wall = wall;
+    r.cpu = cpu;
+    return r;
+}
+
+// The same stream taken by the receiver alone, no window and no charts: what this machine and
+// its pseudo-terminals allow any host that reads frames this way.
+Result receiverAlone(int samples, double rate) {
+    const fs::path log = fs::temp_directory_path() / "kelp-bench-sd.log";
+    fs::remove(log);
+    kelp::bench::Board board(
+        QStringList{"--model", "Zylo580", "--log", QString::fromStdString(log.string()),
+                    "--sd-rate", QString::number(rate)});
+    if (!kelp::bench::started(board)) return {};
+    kelp::bench::Host host(board.device());
+    host.link.applySettings("57600,N,8,1");
+    if (!kelp::link::OpenTargetPort(host.port)) return {};
+    host.link.send("R");
+    std::vector<long> stored;
+    kelp::link::PacketBytes b{};
+    const double t0 = kelp::bench::wallSeconds();
+    while (static_cast<int>(stored.size()) < samples &&
+           kelp::link::RXDataPacket(host.link, b) == kelp::link::WaitResult::Ready)
+        stored.push_back(b[0] << 16 | b[1] << 8 | b[2]);
+    host.link.send("S");
+    Result r = compare(sentCodes(log), stored);
+    r.wall = kelp::bench::wallSeconds() - t0;
+    host.port.close();
     return r;
 }
 
@@ -109,6 +140,11 @@ int main(int argc, char** argv) {
     std::printf("  wall %.3f s against the board's sending time %.3f s, ratio %.4f\n", r.wall,
                 sending, r.wall / sending);
     std::printf("  cpu %.3f s = %.2f %% of wall (target <= 10 %%)\n", r.cpu, 100 * r.cpu / r.wall);
+    for (int k = 0; k < 3; ++k) {
+        const Result bare = receiverAlone(2000, fastest);
+        std::printf("  receiver alone, no window: stored correctly %d of 2000, lost %d\n",
+                    bare.stored, bare.lost);
+    }
 
     // 57600 baud carries 13 characters of 10 bits 443 times a second: frames back to back.
     double sustained = 0;

@@ -215,7 +215,11 @@ bool BoardServer::Impl::sendDue(Nanos now) {
         if (out.sent < out.bytes.size()) return true;
         if (out.packet) ++packets;
         if (out.frame) ++frames;
+        // A thread woken late wrote this answer's end late; the next keeps its distance, as on a
+        // wire, instead of running into it.
+        const Nanos lateness = now - out.end();
         queue.pop_front();
+        if (lateness > 0 && !queue.empty()) queue.front().start += lateness;
     }
     return true;
 }
