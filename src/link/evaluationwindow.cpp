@@ -15,19 +15,21 @@
 #include "link/foldingframe.h"
 #include "link/targetport.h"
 #include "platform/messages.h"
+#include "platform/serialport.h"
 
 namespace kelp::link {
 
-EvaluationWindow::EvaluationWindow(platform::MessageSink& messages, QWidget* parent)
-    : QMainWindow(parent), messages_(messages) {}
+EvaluationWindow::EvaluationWindow(platform::MessageSink& messages, platform::SerialPort& port,
+                                   QWidget* parent)
+    : QMainWindow(parent), messages_(messages), port_(port) {}
 
 EvaluationWindow::~EvaluationWindow() = default;
 
-std::string EvaluationWindow::RunOutcomeText(const RunResult& result) {
+std::string EvaluationWindow::RunOutcomeText(const RunResult& result, const std::string& device) {
     const std::string samples = std::to_string(result.samples);
     switch (result.outcome) {
         case RunOutcome::PortBusy:
-            return std::string(kPortBusyText);
+            return PortOpenMessage(result.openError, device);
         case RunOutcome::TooManySamples:
             return "A run takes at most 2000 samples.\r\nEnter a smaller number in Num of "
                    "Samples, then press Run again.";
@@ -36,8 +38,9 @@ std::string EvaluationWindow::RunOutcomeText(const RunResult& result) {
                    " samples.\r\nCheck that the board is powered and connected, then press Run "
                    "again.";
         case RunOutcome::PortFailed:
-            return "The serial port stopped working after " + samples +
-                   " samples.\r\nCheck the cable and the port, then press Run again.";
+            return "The serial port " + device + " stopped working after " + samples +
+                   " samples; they are kept for the analysis.\r\nCheck the cable and the "
+                   "board, or choose the port again in the Port menu, then press Run again.";
         case RunOutcome::Completed:
         case RunOutcome::Stopped:
         case RunOutcome::Aborted:
@@ -52,6 +55,43 @@ void EvaluationWindow::makeFileMenu() {
     QAction* exit = file->addAction(QStringLiteral("&Exit"));
     exit->setObjectName(QStringLiteral("FileExit"));
     connect(exit, &QAction::triggered, this, &EvaluationWindow::FileExit_Click);
+
+    portMenu_ = menuBar()->addMenu(QStringLiteral("&Port"));
+    portMenu_->setObjectName(QStringLiteral("PortMenu"));
+    connect(portMenu_, &QMenu::aboutToShow, this, &EvaluationWindow::fillPortMenu);
+    portMenu_->menuAction()->setVisible(false);
+}
+
+void EvaluationWindow::offerPorts(PortLister list) {
+    listPorts_ = std::move(list);
+    if (portMenu_) portMenu_->menuAction()->setVisible(static_cast<bool>(listPorts_));
+}
+
+void EvaluationWindow::fillPortMenu() {
+    portMenu_->clear();
+    const std::vector<PortChoice> choices = listPorts_ ? listPorts_() : std::vector<PortChoice>{};
+    const std::string current = port_.portName();
+    bool listed = false;
+    for (const PortChoice& choice : choices) {
+        QAction* action = portMenu_->addAction(choice.label);
+        action->setCheckable(true);
+        action->setChecked(choice.device == current);
+        listed = listed || choice.device == current;
+        // A run holds the port open; the next run takes the new one.
+        action->setEnabled(!running_);
+        const std::string device = choice.device;
+        connect(action, &QAction::triggered, this, [this, device] {
+            if (!running_ && !port_.isOpen()) port_.setPortName(device);
+        });
+    }
+    if (!listed && !current.empty()) {
+        QAction* gone = portMenu_->addAction(QString::fromStdString(current + " (not present)"));
+        gone->setCheckable(true);
+        gone->setChecked(true);
+        gone->setEnabled(false);
+    }
+    if (choices.empty())
+        portMenu_->addAction(QStringLiteral("No serial port found"))->setEnabled(false);
 }
 
 QComboBox* EvaluationWindow::makeNumSamples(QWidget* parent, const QStringList& entries) {
@@ -120,7 +160,7 @@ void EvaluationWindow::RunButton_Click() {
     running_ = true;
     const RunResult result = run();
     if (outer) running_ = false;
-    const std::string text = RunOutcomeText(result);
+    const std::string text = RunOutcomeText(result, port_.portName());
     if (!text.empty() && !exitRequested_) messages_.warning(text, "Warning");
 }
 

@@ -1,21 +1,32 @@
 #pragma once
 
 #include <QMainWindow>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "link/runstate.h"
 
 class QComboBox;
+class QMenu;
 class QPushButton;
 class QScrollArea;
 
 namespace kelp::platform {
 class MessageSink;
-}
+class SerialPort;
+}  // namespace kelp::platform
 
 namespace kelp::link {
 
 class FoldingFrame;
+
+// A serial device the user may choose, as the Port menu lists it.
+struct PortChoice {
+    QString label;
+    std::string device;
+};
+using PortLister = std::function<std::vector<PortChoice>()>;
 
 // What both evaluation windows share: File > Exit and closing end the program (once), Run
 // and Stop take turns in one place, the sample count is checked when its box is left, and a
@@ -33,7 +44,11 @@ public:
     virtual void NumSamples_LostFocus() = 0;
 
     // What the user reads after a run that ended early, or empty.
-    static std::string RunOutcomeText(const RunResult& result);
+    static std::string RunOutcomeText(const RunResult& result, const std::string& device);
+
+    // The Port menu lists what `list` gives each time it opens, so that an adapter that came
+    // back under another name can be chosen without starting again.
+    void offerPorts(PortLister list);
 
 signals:
     void exitRequested();
@@ -41,12 +56,12 @@ signals:
     void analysisRequested();
 
 protected:
-    EvaluationWindow(platform::MessageSink& messages, QWidget* parent);
+    EvaluationWindow(platform::MessageSink& messages, platform::SerialPort& port, QWidget* parent);
 
     virtual RunResult run() = 0;
     virtual void stop() = 0;
 
-    // The File menu with its Exit entry.
+    // The File menu with its Exit entry, and the Port menu.
     void makeFileMenu();
     // An editable list that keeps what is typed; checked when the focus leaves it.
     QComboBox* makeNumSamples(QWidget* parent, const QStringList& entries);
@@ -67,8 +82,12 @@ protected:
 
 private:
     void requestExit();
+    void fillPortMenu();
 
     platform::MessageSink& messages_;
+    platform::SerialPort& port_;
+    PortLister listPorts_;
+    QMenu* portMenu_ = nullptr;
     QComboBox* numSamples_ = nullptr;
     QScrollArea* settingsColumn_ = nullptr;
     QPushButton* runButton_ = nullptr;

@@ -4,6 +4,44 @@
 
 namespace kelp::link {
 
-bool OpenTargetPort(platform::SerialPort& port) { return port.open() == platform::OpenError::None; }
+using platform::OpenError;
+
+OpenError OpenTarget(platform::SerialPort& port) { return port.open(); }
+
+bool OpenTargetPort(platform::SerialPort& port) { return OpenTarget(port) == OpenError::None; }
+
+std::string PortOpenCause(OpenError error, const std::string& device) {
+    if (device.empty() && error != OpenError::None) return "No serial port is chosen.";
+    const std::string& name = device;
+    switch (error) {
+        case OpenError::Busy:
+            return "Another program holds " + name + ". Close it there, then try again.";
+        case OpenError::PermissionDenied:
+            return "You may not use " + name +
+                   ": add your user to the dialout group (sudo usermod -aG dialout $USER) and "
+                   "log in again.";
+        case OpenError::NotFound:
+            return name +
+                   " is not there: plug the adapter in again, or choose the port it has now, "
+                   "then try again.";
+        case OpenError::Other:
+            return "The system would not open " + name + ".";
+        case OpenError::None:
+        case OpenError::AlreadyOpen:
+            break;
+    }
+    return {};
+}
+
+std::string PortOpenMessage(OpenError error, const std::string& device) {
+    const std::string cause = PortOpenCause(error, device);
+    return std::string(kPortBusyText) + (cause.empty() ? "" : "\r\n" + cause);
+}
+
+std::string PortLostCause(const std::string& device) {
+    return "The serial port " + device +
+           " stopped working: check the cable and the board, or choose the port again, then try "
+           "again.";
+}
 
 }  // namespace kelp::link

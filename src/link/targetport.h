@@ -1,10 +1,12 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace kelp::platform {
 class SerialPort;
-}
+enum class OpenError;
+}  // namespace kelp::platform
 
 namespace kelp::link {
 
@@ -15,5 +17,15 @@ inline constexpr std::string_view kPortBusyText = "Com Port Already Open by anot
 // sets its own). False when the port could not be opened, already open included; shows
 // nothing, the caller tells the user.
 bool OpenTargetPort(platform::SerialPort& port);
+// The same, telling why the port did not open.
+platform::OpenError OpenTarget(platform::SerialPort& port);
+
+// Why `device` did not open, in a line the user can act on; empty where the fixed text says
+// it all (the port is already open in this program).
+std::string PortOpenCause(platform::OpenError error, const std::string& device);
+// The fixed text, then the cause on its own line.
+std::string PortOpenMessage(platform::OpenError error, const std::string& device);
+// A port that stopped working while in use: the adapter was pulled or the device vanished.
+std::string PortLostCause(const std::string& device);
 
 }  // namespace kelp::link

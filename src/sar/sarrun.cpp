@@ -60,7 +60,8 @@ link::RunResult SarRun::execute() {
     using link::RunOutcome;
     using link::WaitResult;
     const SarConfiguration config = view_.configuration();
-    if (!link::OpenTargetPort(link_.port())) return {RunOutcome::PortBusy, run_.SampleCount};
+    if (const auto error = link::OpenTarget(link_.port()); error != platform::OpenError::None)
+        return {RunOutcome::PortBusy, run_.SampleCount, error};
 
     link_.discardInput();
     link_.send(ConfigurationMessage(config));

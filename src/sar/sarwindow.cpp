@@ -114,7 +114,7 @@ private:
 
 SarWindow::SarWindow(link::Link& link, link::RunState& run, SarResults& results,
                      platform::MessageSink& messages, QWidget* parent)
-    : EvaluationWindow(messages, parent), ui_(std::make_unique<Ui>(link)) {
+    : EvaluationWindow(messages, link.port(), parent), ui_(std::make_unique<Ui>(link)) {
     setObjectName(QStringLiteral("SAR_KELP"));
     setWindowTitle(QStringLiteral("KELP - SAR ADC"));
     Ui& u = *ui_;

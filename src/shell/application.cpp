@@ -10,6 +10,7 @@
 #include "analysis/sdanalysiswindow.h"
 #include "analysis/sdfigures.h"
 #include "board/boardserver.h"
+#include "link/evaluationwindow.h"
 #include "link/link.h"
 #include "platform/qteventqueue.h"
 #include "platform/qtmessagesink.h"
@@ -47,27 +48,16 @@ Application::Application(ApplicationOptions options, platform::MessageSink* mess
         messages_ = ownMessages_.get();
     }
 
-    std::vector<PortEntry> entries;
-    std::vector<std::string> devices;
-    if (options_.listSystemPorts) devices = systemPorts();
-    devices.insert(devices.end(), options_.extraPorts.begin(), options_.extraPorts.end());
-    for (const std::string& d : devices) {
-        // COM 1 to COM 3 already stand for their devices.
-        bool seen = false;
-        for (int n = 1; n <= 3; ++n) seen = seen || d == MainWindow::comDevice(n);
-        for (const PortEntry& e : entries) seen = seen || e.device == d;
-        if (!seen) entries.push_back({QString::fromStdString(d), d, false});
-    }
-    if (options_.virtualBoard) entries.push_back({"Virtual board", {}, true});
-
     main_ = std::make_unique<MainWindow>(state_, *link_, *messages_, options_.programFolder,
-                                         std::move(entries));
+                                         portEntries());
     if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_))
         sink->setParent(main_.get());
 
     connect(main_.get(), &MainWindow::evaluationRequested, this, &Application::openEvaluation);
     connect(main_.get(), &MainWindow::exitRequested, this, &Application::exitProgram);
     connect(main_.get(), &MainWindow::virtualBoardRequested, this, &Application::startVirtualBoard);
+    connect(main_.get(), &MainWindow::portListOpening, this,
+            [this] { main_->updatePorts(portEntries()); });
     connect(main_.get(), &MainWindow::modelChosen, this, [this](const QString& model) {
         if (board_ && findDevice(model.toStdString())) board_->setModel(model.toStdString());
     });
@@ -83,6 +73,34 @@ Application::~Application() {
 }
 
 void Application::show() { main_->show(); }
+
+std::vector<PortEntry> Application::portEntries() const {
+    std::vector<PortEntry> entries;
+    std::vector<std::string> devices;
+    if (options_.listSystemPorts) devices = systemPorts();
+    devices.insert(devices.end(), options_.extraPorts.begin(), options_.extraPorts.end());
+    for (const std::string& d : devices) {
+        // COM 1 to COM 3 already stand for their devices.
+        bool seen = false;
+        for (int n = 1; n <= 3; ++n) seen = seen || d == MainWindow::comDevice(n);
+        for (const PortEntry& e : entries) seen = seen || e.device == d;
+        if (!seen) entries.push_back({QString::fromStdString(d), d, false});
+    }
+    if (options_.virtualBoard) entries.push_back({"Virtual board", boardDevice_, true});
+    return entries;
+}
+
+std::vector<link::PortChoice> Application::portChoices() const {
+    std::vector<link::PortChoice> choices;
+    for (int n = 1; n <= 3; ++n) {
+        const std::string device = MainWindow::comDevice(n);
+        choices.push_back(
+            {QString("COM %1 (%2)").arg(n).arg(QString::fromStdString(device)), device});
+    }
+    for (const PortEntry& e : portEntries())
+        if (!e.device.empty()) choices.push_back({e.label, e.device});
+    return choices;
+}
 
 void Application::startVirtualBoard() {
     if (board_) return;
@@ -111,6 +129,7 @@ void Application::openEvaluation(DeviceFamily family) {
         connect(window, &sar::SarWindow::analysisRequested, this, &Application::openSarAnalysis);
         if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_)) sink->setParent(window);
         evaluation_ = window;
+        window->offerPorts([this] { return portChoices(); });
         window->load(state_.loader.ModelName);
         window->show();
     } else {
@@ -121,6 +140,7 @@ void Application::openEvaluation(DeviceFamily family) {
                 &Application::openSdAnalysis);
         if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_)) sink->setParent(window);
         evaluation_ = window;
+        window->offerPorts([this] { return portChoices(); });
         window->load(state_.loader.ModelName, state_.Is58XGroup);
         window->show();
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "shell/catalogue.h"
+#include "shell/mainwindow.h"
 #include "shell/programstate.h"
 
 namespace kelp::platform {
@@ -22,7 +23,8 @@ class BoardServer;
 }
 namespace kelp::link {
 class Link;
-}
+struct PortChoice;
+}  // namespace kelp::link
 namespace kelp::analysis {
 class SarAnalysisWindow;
 class SdAnalysisWindow;
@@ -70,6 +72,10 @@ private:
     void openSarAnalysis();
     void openSdAnalysis();
     void startVirtualBoard();
+    // The devices below COM 1 to COM 3, listed now.
+    std::vector<PortEntry> portEntries() const;
+    // Every device an evaluation window's Port menu offers.
+    std::vector<link::PortChoice> portChoices() const;
     void exitProgram();
 
     ApplicationOptions options_;

@@ -12,10 +12,14 @@
 #include <QMenuBar>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <functional>
+#include <optional>
 
-#include "link/targetport.h"
 #include "link/link.h"
+#include "link/targetport.h"
 #include "loader/download.h"
 #include "platform/messages.h"
 #include "platform/qtprogress.h"
@@ -25,6 +29,17 @@
 namespace kelp::shell {
 
 namespace {
+
+// A drop-down list that says when it is about to open.
+class PortList final : public QComboBox {
+public:
+    using QComboBox::QComboBox;
+    std::function<void()> opening;
+    void showPopup() override {
+        if (opening) opening();
+        QComboBox::showPopup();
+    }
+};
 
 template <typename W>
 W* named(W* widget, const char* name, const QString& accessible) {
@@ -102,7 +117,8 @@ void MainWindow::buildControls() {
     ui_->Label7->setFont(brandFont);
     ui_->Label7->setStyleSheet("color: #1f6fb4;");
 
-    ui_->ComSelect = named(new QComboBox(central), "ComSelect", "Select COM Port");
+    ui_->ComSelect = named(new PortList(central), "ComSelect", "Select COM Port");
+    static_cast<PortList*>(ui_->ComSelect)->opening = [this] { emit portListOpening(); };
     ui_->ComSelect->addItems({"Select COM Port ", "COM 1", "COM 2", "COM 3"});
     for (const PortEntry& e : extraPorts_) ui_->ComSelect->addItem(e.label);
     ui_->ComSelect->setMinimumWidth(190);
@@ -117,7 +133,8 @@ void MainWindow::buildControls() {
     ui_->VantorText = named(new QLineEdit(central), "VantorText", "Model and loader version");
     ui_->VantorText->setPlaceholderText("model and loader version after a download");
 
-    ui_->DownloadButton = named(new QPushButton("&Download", central), "DownloadButton", "Download");
+    ui_->DownloadButton =
+        named(new QPushButton("&Download", central), "DownloadButton", "Download");
     ui_->NextButton = named(new QPushButton("&Next", central), "NextButton", "Next");
     ui_->DownloadButton->setMinimumWidth(110);
     ui_->NextButton->setMinimumWidth(110);
@@ -169,7 +186,7 @@ void MainWindow::connectHandlers() {
 
 QString MainWindow::vantorText() const {
     return ui_->VantorCombobox->currentIndex() < 0 ? QStringLiteral("Vantor Select")
-                                              : ui_->VantorCombobox->currentText();
+                                                   : ui_->VantorCombobox->currentText();
 }
 
 void MainWindow::Form_Load() {
@@ -193,6 +210,29 @@ void MainWindow::ComSelect_Click() {
 void MainWindow::setVirtualBoardDevice(const std::string& device) {
     for (PortEntry& e : extraPorts_)
         if (e.virtualBoard) e.device = device;
+}
+
+void MainWindow::updatePorts(std::vector<PortEntry> extraPorts) {
+    QComboBox* list = ui_->ComSelect;
+    const int position = list->currentIndex();
+    std::optional<PortEntry> chosen;
+    if (position >= 4 && position - 4 < static_cast<int>(extraPorts_.size()))
+        chosen = extraPorts_[static_cast<size_t>(position - 4)];
+    const auto same = [&](const PortEntry& e) {
+        return e.device == chosen->device && e.virtualBoard == chosen->virtualBoard;
+    };
+    auto at = extraPorts.end();
+    if (chosen) {
+        at = std::find_if(extraPorts.begin(), extraPorts.end(), same);
+        if (at == extraPorts.end()) at = extraPorts.insert(at, *chosen);
+    }
+    const int again = chosen ? 4 + static_cast<int>(at - extraPorts.begin()) : position;
+    // Listing the devices again is no choice of the user's.
+    const QSignalBlocker quiet(list);
+    while (list->count() > 4) list->removeItem(4);
+    for (const PortEntry& e : extraPorts) list->addItem(e.label);
+    extraPorts_ = std::move(extraPorts);
+    list->setCurrentIndex(again);
 }
 
 void MainWindow::DisableButtons() {
@@ -233,21 +273,19 @@ void MainWindow::DownloadButton_Click() {
 void MainWindow::reportDownload(const loader::DownloadResult& result) {
     using loader::DownloadStep;
     const std::string port = link_.port().portName();
+    // A port that went away explains the step's failure: both in one message.
+    const auto fail = [&](const std::string& text) {
+        showFailure(result.portLost ? text + "\r\n" + link::PortLostCause(port) : text);
+    };
     switch (result.reached) {
-        case DownloadStep::OpenPort: {
-            std::string text(link::kPortBusyText);
-            if (result.openError == platform::OpenError::PermissionDenied)
-                text += "\r\nYou may not use " + port +
-                        ": add your user to the dialout group (sudo usermod -aG dialout $USER) "
-                        "and log in again.";
-            showFailure(text);
-            return;
-        }
+        case DownloadStep::OpenPort:
+            showFailure(link::PortOpenMessage(result.openError, port));
+            break;
         case DownloadStep::Reset:
-            showFailure(kResetFailure);
+            fail(kResetFailure);
             break;
         case DownloadStep::Erase:
-            showFailure("Error: Could not ERASE code.");
+            fail("Error: Could not ERASE code.");
             break;
         case DownloadStep::CheckImage:
             if (result.unknownModel)
@@ -255,21 +293,18 @@ void MainWindow::reportDownload(const loader::DownloadResult& result) {
                             ", a model KELP has no firmware for.\r\nCheck the board and its "
                             "crystal setting, then press Download again.");
             for (const auto& m : result.checkMessages) showFailure(m.text, m.title);
-            showFailure("Error Invalid Hex File.");
+            fail("Error Invalid Hex File.");
             break;
         case DownloadStep::Transfer:
-            showFailure("Error: Could not DOWNLOAD Code.");
+            fail("Error: Could not DOWNLOAD Code.");
             break;
         case DownloadStep::Run:
-            showFailure("Error: Could not RUN Code.");
+            fail("Error: Could not RUN Code.");
             break;
         case DownloadStep::Done:
+            if (result.portLost) showFailure(link::PortLostCause(port));
             break;
     }
-    if (result.portLost)
-        showFailure("The serial port " + port +
-                    " stopped working during the download.\r\nCheck the cable and the board, "
-                    "choose the port again and press Download.");
 }
 
 void MainWindow::NextButton_Click() {

@@ -54,6 +54,9 @@ public:
     QString vantorText() const;
     // The virtual board's device, once it runs.
     void setVirtualBoardDevice(const std::string& device);
+    // The entries below the four fixed ones, as the system lists them now; the chosen entry
+    // stays chosen, listed even when its device has gone.
+    void updatePorts(std::vector<PortEntry> extraPorts);
 
     struct Ui;  // the window's controls, found by name from outside
 
@@ -64,6 +67,8 @@ signals:
     // The user chose the "Virtual board" entry; the root starts it and answers with its device.
     void virtualBoardRequested();
     void modelChosen(const QString& model);
+    // The port list is about to open: a moment to list the devices again.
+    void portListOpening();
 
 protected:
     void closeEvent(QCloseEvent* event) override;

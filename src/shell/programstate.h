@@ -14,8 +14,8 @@ struct ProgramState {
     loader::LoaderState loader;  // ModelName, LoaderReply, DownloadOk, HexSizeLimit
     // Set when a 58X-group model is chosen; nothing clears it while the program runs.
     bool Is58XGroup = false;
-    link::RunState run;      // SampleCount, StopRequested
-    sar::SarResults sar;     // SampleBuffer, MinCode, MaxCode
+    link::RunState run;   // SampleCount, StopRequested
+    sar::SarResults sar;  // SampleBuffer, MinCode, MaxCode
     // PrimaryCodeBuffer, PrimaryRawBuffer, AuxCodeBuffer, their extremes, PacketByte1..6
     sigmadelta::SdResults sd;
     // LinkSettings, CurrentClockDivider, SetupInProgress, PrimaryRangeIndex

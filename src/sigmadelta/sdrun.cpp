@@ -35,9 +35,9 @@ DividerSent ChooseClockDivider(link::Link& link, SdLinkState& state, int positio
     // The speed goes on before the open, which the line cannot tell from after it.
     const platform::LineSettings before = link.port().lineSettings();
     link.applySettings(choice.sendSettings);
-    if (!link::OpenTargetPort(link.port())) {
+    if (const auto error = link::OpenTarget(link.port()); error != platform::OpenError::None) {
         link.port().setLineSettings(before);
-        return {choice.PLLCON, false};
+        return {choice.PLLCON, false, error};
     }
     link.send(choice.command);
     state.LinkSettings = choice.LinkSettings;
@@ -94,9 +94,9 @@ link::RunResult SdRun::execute(const std::string& model, bool is58XGroup) {
     // before the open, which the line cannot tell from after it.
     const platform::LineSettings before = link_.port().lineSettings();
     if (!state_.LinkSettings.empty()) link_.applySettings(state_.LinkSettings);
-    if (!link::OpenTargetPort(link_.port())) {
+    if (const auto error = link::OpenTarget(link_.port()); error != platform::OpenError::None) {
         link_.port().setLineSettings(before);
-        return {RunOutcome::PortBusy, run_.SampleCount};
+        return {RunOutcome::PortBusy, run_.SampleCount, error};
     }
 
     link_.discardInput();

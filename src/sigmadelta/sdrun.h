@@ -47,6 +47,7 @@ struct SdLinkState {
 struct DividerSent {
     std::string PLLCON;
     bool sent = false;
+    platform::OpenError openError = platform::OpenError::None;  // why it was not sent
 };
 DividerSent ChooseClockDivider(link::Link& link, SdLinkState& state, int position);
 

@@ -19,6 +19,7 @@
 #include "link/link.h"
 #include "link/registerpanel.h"
 #include "link/registerrules.h"
+#include "link/targetport.h"
 #include "platform/chartpanel.h"
 #include "sigmadelta/clockdivider.h"
 #include "sigmadelta/sdconfig.h"
@@ -176,7 +177,7 @@ private:
 
 SdWindow::SdWindow(link::Link& link, link::RunState& run, SdResults& results, SdLinkState& state,
                    platform::MessageSink& messages, QWidget* parent)
-    : EvaluationWindow(messages, parent), ui_(std::make_unique<Ui>(link, state)) {
+    : EvaluationWindow(messages, link.port(), parent), ui_(std::make_unique<Ui>(link, state)) {
     setObjectName(QStringLiteral("SD_KELP"));
     setWindowTitle(QStringLiteral("KELP - Sigma Delta ADC"));
     Ui& u = *ui_;
@@ -630,8 +631,9 @@ void SdWindow::CDBits_Click() {
     u.DigitalFrame->box("PLLCONSFR")->setText(qs(sent.PLLCON));
     if (!sent.sent)
         statusBar()->showMessage(
-            tr("Com Port Already Open by another host: the clock divider was not sent. Choose "
-               "it again once the port is free."),
+            qs(link::PortOpenMessage(sent.openError, u.link.port().portName()))
+                    .replace("\r\n", " ") +
+                tr(" The clock divider was not sent; choose it again once the port opens."),
             8000);
 }
 

@@ -131,7 +131,9 @@ TEST(EndToEndDownload, ABusyOrMissingPortIsReported) {
     ASSERT_EQ(first.port().open(), platform::OpenError::None);
     KelpOnBoard second(board.device());
     second.control<QPushButton>("DownloadButton")->click();
-    EXPECT_EQ(second.messages.texts(), std::vector<std::string>{kBusy});
+    EXPECT_EQ(second.messages.texts(),
+              std::vector<std::string>{std::string(kBusy) + "\r\nAnother program holds " +
+                                       board.device() + ". Close it there, then try again."});
     first.port().close();
     second.messages.messages.clear();
     second.control<QPushButton>("DownloadButton")->click();
@@ -139,7 +141,10 @@ TEST(EndToEndDownload, ABusyOrMissingPortIsReported) {
 
     KelpOnBoard missing("/dev/pts/kelp-none");
     missing.control<QPushButton>("DownloadButton")->click();
-    EXPECT_EQ(missing.messages.texts(), std::vector<std::string>{kBusy});
+    EXPECT_EQ(missing.messages.texts(),
+              std::vector<std::string>{std::string(kBusy) +
+                                       "\r\n/dev/pts/kelp-none is not there: plug the adapter in "
+                                       "again, or choose the port it has now, then try again."});
     EXPECT_TRUE(missing.control<QPushButton>("DownloadButton")->isEnabled());
 }
 
@@ -151,12 +156,11 @@ TEST(EndToEndDownload, APortThatVanishesMidDownload) {
     KelpOnBoard kelp(device);
     QTimer::singleShot(600, [&] { board.reset(); });
     kelp.control<QPushButton>("DownloadButton")->click();
-    EXPECT_EQ(kelp.messages.texts(),
-              (std::vector<std::string>{
-                  "Error: Could not DOWNLOAD Code.",
-                  "The serial port " + device +
-                      " stopped working during the download.\r\nCheck the cable and the board, "
-                      "choose the port again and press Download."}));
+    EXPECT_EQ(
+        kelp.messages.texts(),
+        std::vector<std::string>{"Error: Could not DOWNLOAD Code.\r\nThe serial port " + device +
+                                 " stopped working: check the cable and the board, or "
+                                 "choose the port again, then try again."});
     EXPECT_FALSE(kelp.port().isOpen());
     EXPECT_TRUE(kelp.control<QPushButton>("DownloadButton")->isEnabled());
     EXPECT_EQ(kelp.app->evaluationWindow(), nullptr);

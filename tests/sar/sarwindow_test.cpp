@@ -144,15 +144,19 @@ TEST_F(SarWindowTest, RunSendsEveryBoxAtItsOffsetAndShowsTheBounds) {
 
 TEST_F(SarWindowTest, HowARunEndedReachesTheUser) {
     open("Zylo570");
+    world.port.setPortName("/dev/ttyS0");
     world.port.openResult = platform::OpenError::Busy;
     runFor("200", 0);
     world.port.openResult = platform::OpenError::None;
     runFor("200", 1, [this] { world.port.failNow = true; });
     EXPECT_EQ(messages.messages,
               (std::vector<platform::RecordingMessageSink::Message>{
-                  {"Com Port Already Open by another host", "Warning"},
-                  {"The serial port stopped working after 100 samples.\r\nCheck the cable and the "
-                   "port, then press Run again.",
+                  {"Com Port Already Open by another host\r\nAnother program holds /dev/ttyS0. "
+                   "Close it there, then try again.",
+                   "Warning"},
+                  {"The serial port /dev/ttyS0 stopped working after 100 samples; they are kept "
+                   "for the analysis.\r\nCheck the cable and the board, or choose the port "
+                   "again in the Port menu, then press Run again.",
                    "Warning"}}));
     EXPECT_FALSE(world.port.isOpen());
 }

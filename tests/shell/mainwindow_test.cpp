@@ -83,6 +83,19 @@ TEST_F(MainWindowTest, PortChoices) {
     }
 }
 
+TEST_F(MainWindowTest, ListingThePortsAgainKeepsTheChoice) {
+    list("ComSelect")->setCurrentIndex(4);
+    // The chosen adapter is gone and another one came: both listed, the choice unchanged.
+    window->updatePorts({{"/dev/ttyUSB1", "/dev/ttyUSB1", false}});
+    QStringList listed;
+    for (int i = 4; i < list("ComSelect")->count(); ++i) listed << list("ComSelect")->itemText(i);
+    EXPECT_EQ(listed, (QStringList{"/dev/ttyUSB1", "/dev/ttyUSB0"}));
+    EXPECT_EQ(list("ComSelect")->currentText(), "/dev/ttyUSB0");
+    EXPECT_EQ(world.port.portName(), "/dev/ttyUSB0");
+    list("ComSelect")->setCurrentIndex(4);
+    EXPECT_EQ(world.port.portName(), "/dev/ttyUSB1");
+}
+
 TEST(MainWindowPorts, ADeviceBehindCom1To3IsListedOnce) {
     platform::RecordingMessageSink messages;
     Application app({"/nowhere", {"/dev/ttyS1", "/dev/ttyUSB7", "/dev/ttyUSB7"}, true, false},
@@ -124,6 +137,11 @@ TEST_F(MainWindowTest, EveryDownloadOutcome) {
     using enum platform::OpenError;
     const std::string busy = "Com Port Already Open by another host";
     const std::string bad = "Error Invalid Hex File.", all = "CWWWWWWWWWWWWU";
+    const std::string held =
+        busy + "\r\nAnother program holds /dev/ttyS0. Close it there, then try again.";
+    const std::string gone = busy +
+                             "\r\n/dev/ttyS0 is not there: plug the adapter in again, or choose "
+                             "the port it has now, then try again.";
     const std::string denied = busy +
                                "\r\nYou may not use /dev/ttyS0: add your user to the dialout "
                                "group (sudo usermod -aG dialout $USER) and log in again.";
@@ -148,7 +166,8 @@ TEST_F(MainWindowTest, EveryDownloadOutcome) {
         {"Zylo570", "", None, nullptr, {}, all},
         {"Zylo580", "", None, nullptr, {}, "CWWWWU"},
         {"Zylo530", "", None, nullptr, {}, "CWWWWWWWWU"},
-        {"Zylo570", "", Busy, nullptr, {busy}, ""},
+        {"Zylo570", "", Busy, nullptr, {held}, ""},
+        {"Zylo570", "", NotFound, nullptr, {gone}, ""},
         {"Zylo570", "", PermissionDenied, nullptr, {denied}, ""},
         {"Zylo570", "reset", None, nullptr, {reset}, ""},
         {"Zylo570", "C", None, nullptr, {"Error: Could not ERASE code."}, "C"},
