@@ -3,7 +3,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: setup build run test asan bench screenshots clean
+.PHONY: setup build run test asan bench soak screenshots clean
 
 setup:
 	@scripts/setup.sh
@@ -29,6 +29,10 @@ bench: build
 	$(BUILD)/bin/bench_statistics
 	$(BUILD)/bin/bench_charts
 	$(BUILD)/bin/bench_sd_run
+	$(BUILD)/bin/bench_soak
+
+soak: build
+	$(BUILD)/bin/bench_soak
 
 screenshots: build
 	scripts/screenshots.sh

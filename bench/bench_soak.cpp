@@ -1,0 +1,193 @@
+// A soak: back-to-back acquisitions through the virtual board in the whole program, the two
+// families taking turns, each run with random settings and, most of the time, a random fault on
+// the board. Prints runs completed, faults survived, resident memory at the start and the end,
+// and every stored sample that is not one the board sent, in order (target: none). The
+// sigma-delta models are of the 58X group: once one of those has been chosen, every later
+// sigma-delta model is sent the 58X layout, so the first four would only measure that.
+//
+// bench_soak [RUNS] [SEED]
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QPushButton>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+#include "analysis/saranalysiswindow.h"
+#include "analysis/sdanalysiswindow.h"
+#include "benchsupport.h"
+#include "platform/recordingmessagesink.h"
+#include "shell/application.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using kelp::shell::Application;
+
+long residentKb() {
+    std::ifstream in("/proc/self/status");
+    for (std::string line; std::getline(in, line);)
+        if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
+    return 0;
+}
+
+// The codes the board logged, in the order sent: every SAR code, or the primary of each frame.
+std::vector<long> sentCodes(const fs::path& log, bool sar) {
+    std::vector<long> out;
+    std::ifstream in(log);
+    for (std::string line; std::getline(in, line);) {
+        if (line.rfind("CODES ", 0) != 0) continue;
+        std::istringstream words(line.substr(6));
+        for (std::string w; words >> w;) {
+            out.push_back(w == "-" ? -1 : std::stol(w, nullptr, 16));
+            if (!sar) break;  // a frame: its primary code
+        }
+    }
+    return out;
+}
+
+// Stored samples that do not follow the board's codes in order; slots the run left alone hold
+// `untouched`.
+int corrupted(const std::vector<long>& sent, const std::vector<long>& stored, long untouched) {
+    int bad = 0;
+    size_t j = 0;
+    for (long code : stored) {
+        if (code == untouched) continue;
+        size_t k = j;
+        while (k < sent.size() && sent[k] != code) ++k;
+        if (k == sent.size()) {
+            ++bad;
+            continue;
+        }
+        j = k + 1;
+    }
+    return bad;
+}
+
+struct Family {
+    const char* model;
+    bool sar;
+    std::vector<std::string> faults;  // "%d" stands for a random packet or frame number
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    kelp::platform::ChooseEventDispatcher();
+    QApplication app(argc, argv);
+    const int runs = argc > 1 ? std::atoi(argv[1]) : 200;
+    std::mt19937 random(argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : 1u);
+    const auto pick = [&](int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); };
+
+    const Family families[] = {
+        {"Zylo570",
+         true,
+         {"", "sar-noise:%d", "garble:%d:17", "long-packet:%d", "silent-after:%d"}},
+        {"Zylo580", false, {"", "frame-noise:%d", "short-frame:%d:5", "silent-after:%d"}},
+        {"Zylo520", true, {"", "sar-noise:%d", "garble:%d:99", "long-packet:%d"}},
+        {"Zylo581", false, {"", "frame-noise:%d", "short-frame:%d:11", "silent-after:%d"}},
+    };
+
+    kelp::platform::RecordingMessageSink messages;
+    kelp::shell::ApplicationOptions options;
+    options.programFolder = KELP_PROGRAM_DIR;
+    options.listSystemPorts = false;
+    options.virtualBoard = false;
+    Application kelp(options, &messages);
+    QWidget* main = kelp.mainWindow();
+    main->findChild<QComboBox*>("ComSelect")->setCurrentIndex(1);
+
+    const fs::path log = fs::temp_directory_path() / "kelp-soak-board.log";
+    int completed = 0, faults = 0, bad = 0, messagesShown = 0;
+    long rssStart = 0;
+    const long rssBefore = residentKb();
+    const double t0 = kelp::bench::wallSeconds();
+    for (int r = 0; r < runs; ++r) {
+        const Family& family = families[r % 4];
+        const bool sar = family.sar;
+        const int samples = sar ? 100 * (1 + pick(6)) : 10 + pick(20);
+        int at = 1 + pick(sar ? samples / 100 : samples);
+        std::string fault =
+            family.faults[static_cast<size_t>(pick(static_cast<int>(family.faults.size())))];
+        // A silent sigma-delta target costs a second a sample: only the last two go missing.
+        const bool silent = fault.rfind("silent-after", 0) == 0;
+        if (silent && !sar) at = samples - 2;
+        if (const size_t p = fault.find("%d"); p != std::string::npos)
+            fault.replace(p, 2, std::to_string(at));
+        QStringList args{"--model", family.model, "--log", QString::fromStdString(log.string())};
+        if (sar) args << "--no-pacing";
+        if (!fault.empty()) args << "--fault" << QString::fromStdString(fault);
+        fs::remove(log);
+        kelp::bench::Board board(args);
+        if (!kelp::bench::started(board)) return 1;
+
+        // The next model through the main window, as a user would go on.
+        kelp.link().port().setPortName(board.device());
+        main->findChild<QComboBox*>("VantorCombobox")->setCurrentText(family.model);
+        main->findChild<QPushButton*>("NextButton")->click();
+        QWidget* window = kelp.evaluationWindow();
+        if (!window) return 1;
+        for (QComboBox* list : window->findChildren<QComboBox*>()) {
+            const QString name = list->objectName();
+            if (name == "NumSamples" || name == "CDBits" || list->count() < 2 || !list->isEnabled())
+                continue;
+            // Slow update rates would only make the soak longer.
+            const int position = name == "SF" ? pick(2) : pick(list->count());
+            list->setCurrentIndex(position);
+            emit list->activated(position);
+        }
+        if (!sar) {
+            window->findChild<QCheckBox*>("PrimaryADCButton")->setChecked(true);
+            window->findChild<QCheckBox*>("chopEnChkBox")->setChecked(pick(2) == 0);
+        }
+        window->findChild<QComboBox*>("NumSamples")->setEditText(QString::number(samples));
+
+        auto& state = kelp.state();
+        constexpr long kUntouched = -12345;
+        if (sar)
+            state.sar.SampleBuffer.fill(static_cast<int16_t>(kUntouched));
+        else
+            state.sd.PrimaryCodeBuffer.fill(static_cast<int32_t>(kUntouched));
+        messages.messages.clear();
+        window->findChild<QPushButton*>("RunButton")->click();
+
+        const int count = state.run.SampleCount;
+        std::vector<long> stored;
+        for (int i = 0; i < count; ++i)
+            stored.push_back(sar ? state.sar.SampleBuffer[static_cast<size_t>(i)]
+                                 : state.sd.PrimaryCodeBuffer[static_cast<size_t>(i)]);
+        const int wrong = corrupted(sentCodes(log, sar), stored, kUntouched);
+        const bool analysed = sar ? kelp.sarAnalysis() && kelp.sarAnalysis()->isVisible()
+                                  : kelp.sdAnalysis() && kelp.sdAnalysis()->isVisible();
+        // A silent SAR target ends the run early, with the packets that came.
+        const bool ok = analysed && (sar && silent ? count == 100 * at : count == samples);
+        completed += ok;
+        faults += ok && !fault.empty();
+        bad += wrong;
+        messagesShown += static_cast<int>(messages.messages.size());
+        if (!ok || wrong)
+            std::printf("  run %d %s %s: %d of %d samples, %d not sent by the board%s\n", r,
+                        family.model, fault.empty() ? "no fault" : fault.c_str(), count, samples,
+                        wrong, analysed ? "" : ", no analysis");
+        if (r == 3) rssStart = residentKb();  // after one run of each model: fonts, windows
+    }
+    const long rssEnd = residentKb();
+    const double growth = rssStart ? 100.0 * static_cast<double>(rssEnd - rssStart) / rssStart : 0;
+    std::printf("soak: %d acquisitions, families alternating, random settings and faults\n", runs);
+    std::printf("  runs completed %d of %d, faults survived %d, message boxes %d\n", completed,
+                runs, faults, messagesShown);
+    std::printf(
+        "  resident memory %ld kB before, %ld kB after the first four runs, %ld kB at "
+        "the end: growth %.2f %% (target < 5 %%)\n",
+        rssBefore, rssStart, rssEnd, growth);
+    std::printf("  samples that reached the analysis corrupted: %d (target: none)\n", bad);
+    std::printf("  wall %.1f s\n", kelp::bench::wallSeconds() - t0);
+    fs::remove(log);
+    return completed == runs && bad == 0 && growth < 5 ? 0 : 1;
+}
