@@ -24,7 +24,6 @@ std::vector<int16_t> repeat(std::initializer_list<std::pair<int, int>> codeTimes
 
 TEST(SarAnalysisWindow, FillsHistogramFiguresMarksAndChart) {
     SarAnalysisWindow window{"Zylo570"};
-    EXPECT_EQ(window.windowTitle(), "KELP - Zylo570 - ADC Noise Analysis");
     auto* histogram = child<platform::BarChart>(&window, "Histogram");
     auto* graph = child<platform::StripChart>(&window, "Graph");
     const SarRunSettings settings{"ADC3",    "External", "Mclk /8 ", "2 ADCclk", "2.048",
@@ -38,7 +37,6 @@ TEST(SarAnalysisWindow, FillsHistogramFiguresMarksAndChart) {
     } cases[] = {
         // clang-format off
         {"all equal", repeat({{0x800, 100}}), 1, "800|800|0|100|100|100|800|800|800"},
-        {"7FF..801", repeat({{0x7FF, 3}, {0x800, 5}, {0x801, 2}}), 3, "7FF|801|2|3|5|2|7FF|800|801"},
         // The widest exact histogram: the max code in slot 49.
         {"spread 48", repeat({{1000, 2}, {1024, 1}, {1048, 3}}), 49,
          "3E8|418|48|2|3|3|3E8|400|418"},

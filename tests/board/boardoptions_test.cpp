@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <tuple>
 
 #include "board/commandline.h"
 
@@ -36,18 +37,15 @@ TEST(BoardCommandLine, ReadsEveryOptionAndRefusesWhatItCannotServe) {
               "--sd-offset -20 --sd-noise 2.5 --sd-rate 200"));
     ASSERT_EQ(line.error, "");
     const BoardOptions& o = line.options;
-    EXPECT_EQ(o.model + " " + o.loaderMajor + o.loaderMinor, "Zylo551 34");
-    EXPECT_FALSE(o.pacing);
-    EXPECT_EQ(o.logPath + " " + o.memoryOutPath, "/tmp/a.log /tmp/m.bin");
-    EXPECT_EQ(o.seed, 99u);
-    EXPECT_EQ(o.level, 0x7F0);
-    EXPECT_DOUBLE_EQ(o.sigma, 0.5);
-    EXPECT_EQ(o.start, StartMode::Loader);
+    EXPECT_EQ(std::tuple(o.model, o.loaderMajor, o.loaderMinor, o.pacing, o.logPath,
+                         o.memoryOutPath, o.seed, o.level, o.start),
+              std::tuple("Zylo551", '3', '4', false, "/tmp/a.log", "/tmp/m.bin", 99u, 0x7F0,
+                         StartMode::Loader));
     ASSERT_EQ(o.faults.size(), 2u);
     EXPECT_EQ(faultText(o.faults[0]) + " " + faultText(o.faults[1]), "nak:record:3 garble:1:2");
-    EXPECT_EQ(std::vector({o.sdVref, o.sdLevel.value_or(0), o.sdOffsetMicrovolts,
+    EXPECT_EQ(std::vector({o.sigma, o.sdVref, o.sdLevel.value_or(0), o.sdOffsetMicrovolts,
                            o.sdNoiseMicrovolts, o.sdRate.value_or(0)}),
-              std::vector({3.3, -0.5, -20.0, 2.5, 200.0}));
+              std::vector({0.5, 3.3, -0.5, -20.0, 2.5, 200.0}));
     EXPECT_TRUE(parseCommandLine({"--help"}).help);
     EXPECT_EQ(parseCommandLine({}).error, "");
     for (const char* args :

@@ -19,10 +19,10 @@ inline std::string bytes(std::initializer_list<int> values) {
 
 // A loader frame built the way a host builds it: 07 0E N command payload checksum.
 inline std::string loaderFrame(char command, const std::string& payload = {}) {
-    const int n = static_cast<int>(payload.size()) + 1;
-    int sum = n + static_cast<uint8_t>(command);
+    int sum = static_cast<int>(payload.size()) + 1 + static_cast<uint8_t>(command);
     for (char c : payload) sum += static_cast<uint8_t>(c);
-    return bytes({0x07, 0x0E, n}) + command + payload + static_cast<char>((256 - sum % 256) % 256);
+    return bytes({0x07, 0x0E, static_cast<int>(payload.size()) + 1}) + command + payload +
+           static_cast<char>(-sum);
 }
 
 inline std::string writeFrame(int address, const std::string& data) {
@@ -40,11 +40,9 @@ inline BoardOptions withFaults(const std::vector<std::string>& faults,
                                StartMode start = StartMode::Firmware,
                                const std::string& model = "Zylo570") {
     BoardOptions options;
-    options.start = start;
-    options.model = model;
+    options.model = model, options.start = start;
     std::string error;
-    for (const std::string& text : faults)
-        options.faults.push_back(parseFault(text, error).value());
+    for (const std::string& text : faults) options.faults.push_back(*parseFault(text, error));
     return options;
 }
 

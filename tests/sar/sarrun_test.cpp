@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <tuple>
 
 #include "link/link.h"
 #include "platform/recordingtrace.h"
@@ -15,35 +16,29 @@ namespace {
 
 using link::RunOutcome;
 
+int codeOf(int k, int j) { return 0x700 + (k * 7 + j) % 0x200; }
+
 // The run against a scripted target, the fixture standing in for the window.
 class SarRunTest : public ::testing::Test, public SarRunView {
 protected:
-    SarRunTest() {
-        world.port.onWrite = [this](const std::string& block) {
-            if (block == "R") answer(requests++);
-        };
-    }
     SarConfiguration configuration() const override { return {}; }
     std::string numSamplesText() const override { return numSamples; }
     platform::Trace& trace() override { return chart; }
     void showSampling(bool) override {}
-    void openAnalysis() override {
-        ++analyses;
-        countAtAnalysis = runState.SampleCount;
-    }
+    void openAnalysis() override { ++analyses, countAtAnalysis = runState.SampleCount; }
     // The first `packets` requests get packet k of codes code(k, 0..99) 87 ms later.
     void answerWithPackets(std::function<int(int, int)> code = codeOf, int packets = 1 << 30) {
-        answer = [this, code, packets](int k) {
+        world.port.onWrite = [this, code, packets](const std::string& block) {
+            if (block != "R" || requests++ >= packets) return;
             std::string p;
             char record[8];
-            for (int j = 0; j < kSamplesPerPacket && k < packets; ++j) {
-                std::snprintf(record, sizeof record, "\r%04X", code(k, j));
+            for (int j = 0; j < kSamplesPerPacket; ++j) {
+                std::snprintf(record, sizeof record, "\r%04X", code(requests - 1, j));
                 p += record;
             }
-            if (!p.empty()) world.deliverAfter(87, p);
+            world.deliverAfter(87, p);
         };
     }
-    static int codeOf(int k, int j) { return 0x700 + (k * 7 + j) % 0x200; }
     // Runs and gives how long the run took, up to its stop byte.
     double execute(RunOutcome expected) {
         const double start = world.now;
@@ -58,7 +53,6 @@ protected:
     SarRun run{link, runState, results, *this};
     std::string numSamples = "10000";
     platform::RecordingTrace chart;
-    std::function<void(int)> answer;
     int requests = 0, analyses = 0, countAtAnalysis = -1;
 };
 
@@ -71,15 +65,14 @@ TEST_F(SarRunTest, SendsTheMessageWaitsThenTakesThePacketsAsked) {
         results = {};
         world.port.input = "stale bytes";  // would make the first reply too long
         numSamples = text;
-        const double took = execute(RunOutcome::Completed);
-        EXPECT_EQ(took, 100 + 87 * packets);  // the settling wait, then one packet after another
+        // The settling wait, then one packet after another.
+        EXPECT_EQ(execute(RunOutcome::Completed), 100 + 87 * packets);
         EXPECT_EQ(world.port.writes.front(), ConfigurationMessage({}));
         EXPECT_EQ(world.port.writes.back(), "S");
         const int n = 100 * packets;
-        EXPECT_EQ(countAtAnalysis, n);
-        EXPECT_EQ(chart.points.size(), size_t(n));
-        EXPECT_EQ(results.SampleBuffer[1], packets ? codeOf(0, 0) : 0);
-        EXPECT_EQ(results.SampleBuffer[size_t(n)], packets ? codeOf(packets - 1, 99) : 0);
+        EXPECT_EQ(std::pair(countAtAnalysis, chart.points.size()), std::pair(n, size_t(n)));
+        EXPECT_EQ(std::tuple(results.SampleBuffer[1], results.SampleBuffer[size_t(n)]),
+                  packets ? std::tuple(codeOf(0, 0), codeOf(packets - 1, 99)) : std::tuple(0, 0));
     }
     EXPECT_EQ(chart.extent(), 10000);
     EXPECT_FALSE(world.port.isOpen() || world.timer.enabled());
@@ -90,19 +83,18 @@ TEST_F(SarRunTest, StopDuringAPacketWaitEndsAfterThatPacket) {
     // Packet 3 is requested at 100 + 2 * 87 ms; Stop comes while it is on its way.
     world.actAt(100 + 2 * 87 + 40, [this] { run.requestStop(); });
     EXPECT_EQ(execute(RunOutcome::Stopped), 100 + 3 * 87);  // the stop byte follows at once
-    EXPECT_EQ(requests, 3);
+    EXPECT_EQ(std::pair(requests, countAtAnalysis), std::pair(3, 300));
     EXPECT_EQ(world.port.writes.back(), "S");
-    EXPECT_EQ(countAtAnalysis, 300);
 }
 
 TEST_F(SarRunTest, ASilentTargetOrAFailedPortEndsTheRunWithWhatCame) {
     answerWithPackets(codeOf, 2);
     EXPECT_EQ(execute(RunOutcome::TargetSilent), 100 + 2 * 87 + SarRun::kSilenceLimitMs);
-    EXPECT_EQ(requests, 3);
+    EXPECT_EQ(std::pair(requests, countAtAnalysis), std::pair(3, 200));
     EXPECT_EQ(world.port.writes.back(), "S");
-    EXPECT_EQ(countAtAnalysis, 200);
 
-    answerWithPackets(codeOf, requests + 1);  // one more packet, then the port fails
+    requests = 0;
+    answerWithPackets(codeOf, 1);  // one more packet, then the port fails
     world.actAt(world.now + 100 + 87 + 30, [this] { world.port.failNow = true; });
     EXPECT_EQ(execute(RunOutcome::PortFailed), 100 + 87 + 30);  // not at the silence limit
     EXPECT_EQ(countAtAnalysis, 100);
@@ -122,8 +114,7 @@ TEST_F(SarRunTest, ClosingTheProgramEndsTheRunAtOnce) {
     answerWithPackets();
     world.actAt(100 + 87 + 20, [this] { world.events.closing_ = true; });
     execute(RunOutcome::Aborted);
-    EXPECT_EQ(world.port.writes.back(), "R");
-    EXPECT_EQ(analyses, 0);
+    EXPECT_EQ(std::pair(world.port.writes.back(), analyses), std::pair(std::string("R"), 0));
     EXPECT_FALSE(world.port.isOpen() || world.timer.enabled());
 }
 
@@ -135,9 +126,7 @@ TEST_F(SarRunTest, BoundsWidenAndLabelsFollow) {
     answerWithPackets([](int, int j) { return j == 30 ? 0x7F0 : j == 60 ? 0x813 : 0x800; });
     run.execute();
     EXPECT_EQ(chart.labels, (std::vector<std::string>{"814", "802", "7EF"}));  // 2049.5 to 2050
-    EXPECT_EQ(results.MinCode, 0x7F0);
-    EXPECT_EQ(results.MaxCode, 0x813);
-
+    EXPECT_EQ(std::tuple(results.MinCode, results.MaxCode), std::tuple(0x7F0, 0x813));
     // The next run starts the extremes again: a code of 0 is not above the reset maximum.
     answerWithPackets([](int, int j) { return j % 3; });
     run.execute();

@@ -2,48 +2,32 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <tuple>
 
 namespace kelp::sigmadelta {
 namespace {
 
-std::vector<int> bytesOf(const std::string& message) {
-    std::vector<int> out;
-    for (unsigned char c : message) out.push_back(c);
-    return out;
-}
-
 TEST(RangeTexts, PrimaryEntriesAndAuxText) {
-    const struct {
-        int PM, PRef;
-        const char *vref, *first, *sixth, *last;
-    } cases[] = {
-        {0, 1, "2.5V", "+/- 20mV", "+/- 640mV", "+/- 2.56V"},
-        {1, 2, "2.5V", "0 to 20mV", "0 to 640mV", "0 to 2.56V"},
-        {0, 0, "3.3", "+/- 10mV", "+/- 320mV", "+/- 1.28V"},  // internal: the text does not count
-        {0, 1, "3.3", "+/- 26.4mV", "+/- 844.8mV", "+/- 3.3792V"},
-        {0, 1, "V", "+/- 0mV", "+/- 0mV", "+/- 0mV"},
+    const std::tuple<int, int, const char*, const char*> cases[] = {
+        {0, 1, "2.5V", "+/- 20mV|+/- 640mV|+/- 2.56V"},
+        {1, 2, "2.5V", "0 to 20mV|0 to 640mV|0 to 2.56V"},
+        {0, 0, "3.3", "+/- 10mV|+/- 320mV|+/- 1.28V"},  // internal: the text does not count
+        {0, 1, "V", "+/- 0mV|+/- 0mV|+/- 0mV"},
     };
-    for (const auto& c : cases) {
-        const auto e = PrimaryRangeEntries(c.PM, c.PRef, c.vref);
-        EXPECT_EQ(e[0] + "|" + e[5] + "|" + e[7],
-                  std::string(c.first) + "|" + c.sixth + "|" + c.last);
+    for (const auto& [pm, pref, vref, expected] : cases) {
+        const auto e = PrimaryRangeEntries(pm, pref, vref);
+        EXPECT_EQ(e[0] + "|" + e[5] + "|" + e[7], expected);
     }
-    EXPECT_EQ(AuxRangeText(1, 1, "2.5V") + "|" + AuxRangeText(1, 0, "2.5V") + "|" +
-                  AuxRangeText(0, 1, "3.3") + "|" + AuxRangeText(0, 0, "3.3"),
-              "0 to 2.5V|0 to 1.25V|+/- 3.3|+/- 1.25V");
+    EXPECT_EQ(AuxRangeText(1, 1, "2.5V") + "|" + AuxRangeText(1, 0, "2.5V"),
+              "0 to 2.5V|0 to 1.25V");
 }
 
-TEST(Sampling, UpdateRateSfCheckAndSampleCount) {
-    EXPECT_EQ(UpdateRateText("45", false), "19.7874396135266");
-    EXPECT_EQ(UpdateRateText("45", true), "59.3623188405797");
-    EXPECT_EQ(UpdateRateText("0D", false), "105.025641025641");
-    EXPECT_EQ(UpdateRateText("FF", false), "5.35424836601307");
+// The window's tests hold the update rates and the texts it rewrites; here the other cases.
+TEST(Sampling, SfCheckAndSampleCount) {
     // The 8-bit rule first ("100" reads 0, "0D" loses its zero), then the 0D minimum.
     const std::pair<const char*, const char*> sf[] = {{"5", "0D"}, {"100", "0D"}, {"C", "0D"},
                                                       {"0D", "D"}, {"ff", "FF"},  {"45", "45"}};
     for (const auto& [typed, checked] : sf) EXPECT_EQ(CheckSF(typed), checked) << typed;
-
     const struct {
         const char *typed, *checked;
         std::optional<int> requested;  // nullopt: the run refuses
@@ -61,13 +45,10 @@ TEST(Sampling, UpdateRateSfCheckAndSampleCount) {
 }
 
 TEST(RegisterBytes, BothLayouts) {
-    using Byte = uint8_t (*)(const SdConfiguration&, bool);
-    const auto current = [](const SdConfiguration& c, bool) { return CurrentSourceControl(c); };
-    const auto dac = [](const SdConfiguration& c, bool) { return DacControlSD(c); };
     const struct {
         SdConfiguration c;
         bool is58X;
-        Byte byte;
+        uint8_t (*byte)(const SdConfiguration&, bool);
         int expected;
     } cases[] = {
         // clang-format off
@@ -78,13 +59,13 @@ TEST(RegisterBytes, BothLayouts) {
         {{.AM = 1, .ARef = 1, .ACh = 3}, false, AdcAuxControl, 0x78},
         {{.PON = true, .NOTCH = true, .CHOPOFF = true}, true, AdcMode, 0x68},
         {{.AON = true, .NOTCH = true, .CHOPOFF = true}, false, AdcMode, 0x10},  // no such bits
-        {{.I1ON = true, .I2PIN = 1}, false, current, 0x09},
-        {{.I1ON = true, .I2ON = true, .I1PIN = 1, .I2PIN = 1}, false, current, 0x0F},
-        {{.DON = true, .DPIN = 1}, false, dac, 0x13},
-        {{.DON = true, .DRANGE = 1}, false, dac, 0x07},
         // clang-format on
     };
     for (const auto& c : cases) EXPECT_EQ(c.byte(c.c, c.is58X), c.expected) << c.expected;
+    EXPECT_EQ(CurrentSourceControl({.I1ON = true, .I2PIN = 1}), 0x09);
+    EXPECT_EQ(CurrentSourceControl({.I1ON = true, .I2ON = true, .I1PIN = 1, .I2PIN = 1}), 0x0F);
+    EXPECT_EQ(DacControlSD({.DON = true, .DPIN = 1}), 0x13);
+    EXPECT_EQ(DacControlSD({.DON = true, .DRANGE = 1}), 0x07);
 }
 
 TEST(SdConfigurationMessage, BothLayoutsByteForByte) {
@@ -93,24 +74,13 @@ TEST(SdConfigurationMessage, BothLayoutsByteForByte) {
     c.DACData = "FC18";
     c.registers = {"11", "22", "8000", "1234", "33", "44", "55", "66",
                    "77", "88", "99",   "0",    "1",  "AA", "F0"};
-    const std::vector<int> boxes = {0x11, 0x22, 0x80, 0x00, 0x12, 0x34, 0x33, 0x44, 0x55,
-                                    0x66, 0x77, 0x88, 0x99, 0,    1,    0xAA, 0xF3};
-    std::vector<int> expected = {0x43, 0x07, 0x4F, 0x0F, 0x30, 0x45, 0x08, 0x02, 0xFC, 0x18};
-    expected.insert(expected.end(), boxes.begin(), boxes.end());
-    EXPECT_EQ(bytesOf(ConfigurationMessage(c, true)), expected);
-
-    c.PCh = 2, c.ACh = 2, c.AON = false, c.DPIN = 1, c.DACData = "0";
-    expected = {0x43, 0x67, 0x20, 0x20, 0x45, 0x08, 0x12, 0x00, 0x00};
-    expected.insert(expected.end(), boxes.begin(), boxes.end());
-    expected.push_back(0x00);
-    EXPECT_EQ(bytesOf(ConfigurationMessage(c, false)), expected);
-    c.AON = true;
-    EXPECT_EQ(bytesOf(ConfigurationMessage(c, false))[3], 0x30);
-
     // P3 always has its two low bits set.
-    c.registers.P3 = "00";
-    EXPECT_EQ(bytesOf(ConfigurationMessage(c, true))[26], 0x03);
-    EXPECT_EQ(bytesOf(ConfigurationMessage(c, false))[25], 0x03);
+    const std::string boxes("\x11\x22\x80\x00\x12\x34\x33\x44\x55\x66\x77\x88\x99\x00\x01\xAA\xF3",
+                            17);
+    EXPECT_EQ(ConfigurationMessage(c, true), "C\x07\x4F\x0F\x30\x45\x08\x02\xFC\x18" + boxes);
+    c.PCh = 2, c.ACh = 2, c.AON = false, c.DPIN = 1, c.DACData = "0";
+    EXPECT_EQ(ConfigurationMessage(c, false),
+              std::string("C\x67\x20\x20\x45\x08\x12\x00\x00", 9) + boxes + '\0');
 }
 
 }  // namespace

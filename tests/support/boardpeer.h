@@ -7,8 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <string>
-#include <vector>
 
 #include "board/boardengine.h"
 #include "support/fakes.h"
@@ -19,39 +17,30 @@ class BoardPeer {
 public:
     BoardPeer(FakeWorld& world, const board::BoardOptions& options)
         : world_(world), engine_(options) {
-        world_.port.onWrite = [this](const std::string& block) { received(block); };
+        world_.port.onWrite = [this](const std::string& block) {
+            deliver(engine_.feed(block, std::llround(world_.now * 1e6),
+                                 world_.port.lineSettings().baud));
+        };
     }
-
     board::BoardEngine& engine() { return engine_; }
-    // Every log line so far; requests end in " @BAUD".
-    const std::vector<std::string>& log() {
-        for (std::string& line : engine_.takeLog()) log_.push_back(std::move(line));
-        return log_;
-    }
 
 private:
-    static board::Nanos nanos(double ms) { return std::llround(ms * 1e6); }
-    static double ms(board::Nanos ns) { return static_cast<double>(ns) / 1e6; }
-    // 10 bits a character.
+    // Milliseconds that `chars` characters of 10 bits take at `baud`.
     static double wireMs(std::size_t chars, long baud) {
         return baud > 0 ? static_cast<double>(chars) * 10000.0 / static_cast<double>(baud) : 0;
     }
 
-    void received(const std::string& block) {
-        deliver(engine_.feed(block, nanos(world_.now), world_.port.lineSettings().baud));
-    }
-
     void deliver(std::vector<board::Answer> answers) {
         for (const board::Answer& a : answers) {
-            // An answer follows the request's own time on the wire.
-            const double start = std::max(ms(a.readyAt) + wireMs(a.requestLength, a.baud), free_);
-            free_ = start + wireMs(a.pacedLength, a.baud);
+            const double readyMs = static_cast<double>(a.readyAt) / 1e6;
+            free_ = std::max(readyMs + wireMs(a.requestLength, a.baud), free_) +
+                    wireMs(a.pacedLength, a.baud);
             world_.deliverAt(free_, a.bytes);
         }
         // A stream goes on by itself; the next frame is due when the engine says.
         if (const auto due = engine_.nextDue(); due && !streamWake_) {
             streamWake_ = true;
-            world_.actAt(ms(*due), [this, at = *due] {
+            world_.actAt(static_cast<double>(*due) / 1e6, [this, at = *due] {
                 streamWake_ = false;
                 deliver(engine_.advance(at));
             });
@@ -60,7 +49,6 @@ private:
 
     FakeWorld& world_;
     board::BoardEngine engine_;
-    std::vector<std::string> log_;
     double free_ = 0;  // when the chip's line is free again
     bool streamWake_ = false;
 };

@@ -5,9 +5,7 @@
 namespace kelp::testing {
 
 BoardProcess::BoardProcess(const QStringList& arguments) {
-    process_.setProgram(QStringLiteral(KELP_BOARD_EXE));
-    process_.setArguments(arguments);
-    process_.start();
+    process_.start(QStringLiteral(KELP_BOARD_EXE), arguments);
     if (!process_.waitForStarted(5000)) return;
     QElapsedTimer clock;
     clock.start();

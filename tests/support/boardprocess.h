@@ -12,8 +12,6 @@ class BoardProcess {
 public:
     explicit BoardProcess(const QStringList& arguments);
     ~BoardProcess();
-    BoardProcess(const BoardProcess&) = delete;
-    BoardProcess& operator=(const BoardProcess&) = delete;
 
     // The pseudo-terminal the board serves, empty when it did not start.
     const std::string& device() const { return device_; }

@@ -2,9 +2,7 @@
 
 // Finding the windows' controls by the names the program gives them.
 
-#include <QAbstractButton>
 #include <QComboBox>
-#include <QLabel>
 #include <QLineEdit>
 #include <QStringList>
 #include <stdexcept>
@@ -25,14 +23,12 @@ inline std::string texts(const QObject* parent, const char* names) {
     QStringList out;
     for (const QString& name : QString::fromLatin1(names).split('|')) {
         const auto* w = parent->findChild<QWidget*>(name);
-        if (const auto* e = qobject_cast<const QLineEdit*>(w))
-            out << e->text();
-        else if (const auto* l = qobject_cast<const QLabel*>(w))
-            out << l->text();
-        else if (const auto* c = qobject_cast<const QComboBox*>(w))
-            out << c->currentText();
-        else
+        const QVariant text =
+            w ? w->property(qobject_cast<const QComboBox*>(w) ? "currentText" : "text")
+              : QVariant();
+        if (!text.isValid())
             throw std::runtime_error("no text control named " + name.toStdString());
+        out << text.toString();
     }
     return out.join('|').toStdString();
 }
