@@ -7,6 +7,8 @@
 //
 // bench_soak [RUNS] [SEED]
 
+#include <malloc.h>
+
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
@@ -29,7 +31,10 @@ namespace {
 namespace fs = std::filesystem;
 using kelp::shell::Application;
 
+// Resident memory once the heap has handed back what it holds free, so that a peak of an
+// earlier run is not taken for growth.
 long residentKb() {
+    malloc_trim(0);
     std::ifstream in("/proc/self/status");
     for (std::string line; std::getline(in, line);)
         if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
@@ -176,6 +181,9 @@ int main(int argc, char** argv) {
                         family.model, fault.empty() ? "no fault" : fault.c_str(), count, samples,
                         wrong, analysed ? "" : ", no analysis");
         if (r == 3) rssStart = residentKb();  // after one run of each model: fonts, windows
+        if (std::getenv("KELP_SOAK_RSS") && r % 10 == 9)
+            std::printf("  after %d runs %ld kB, %lld widgets\n", r + 1, residentKb(),
+                        static_cast<long long>(QApplication::allWidgets().size()));
     }
     const long rssEnd = residentKb();
     const double growth = rssStart ? 100.0 * static_cast<double>(rssEnd - rssStart) / rssStart : 0;
