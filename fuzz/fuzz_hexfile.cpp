@@ -9,7 +9,6 @@
 #include <cctype>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -31,34 +30,39 @@ constexpr int16_t kLimit = 8192;  // what the download uses
 const CheckMessage kInvalid{"Invalid Hex File", "Warning"};
 const CheckMessage kTooBig{"Hex File too big", "Warning Hex File"};
 
-// The image file the check reads, removed when the fuzzer ends. Memory-backed when the system
-// has it: the check reads a file, many times a run.
+// The image file the check reads: unlinked at once and reached through its descriptor, so that
+// nothing is left behind however the fuzzer ends. Memory-backed when the system has it: the
+// check reads a file many times a run.
 class ImageFile {
 public:
     ImageFile() {
-        path_ = access("/dev/shm", W_OK) == 0 ? "/dev/shm/kelp-fuzz-hex-XXXXXX"
-                                              : "/tmp/kelp-fuzz-hex-XXXXXX";
-        const int fd = mkstemp(path_.data());
-        FUZZ_CHECK(fd >= 0);
-        close(fd);
+        std::string name = access("/dev/shm", W_OK) == 0 ? "/dev/shm/kelp-fuzz-hex-XXXXXX"
+                                                         : "/tmp/kelp-fuzz-hex-XXXXXX";
+        fd_ = mkstemp(name.data());
+        FUZZ_CHECK(fd_ >= 0);
+        unlink(name.c_str());
+        path_ = "/proc/self/fd/" + std::to_string(fd_);
     }
-    ~ImageFile() { unlink(path_.c_str()); }
     const std::string& path() const { return path_; }
+    void write(const std::string& content) const {
+        FUZZ_CHECK(ftruncate(fd_, 0) == 0);
+        FUZZ_CHECK(pwrite(fd_, content.data(), content.size(), 0) ==
+                   static_cast<ssize_t>(content.size()));
+    }
 
 private:
+    int fd_ = -1;
     std::string path_;
 };
 
-const std::string& imagePath() {
+const ImageFile& image() {
     static const ImageFile file;
-    return file.path();
+    return file;
 }
 
-void writeImage(const std::string& content) {
-    std::ofstream out(imagePath(), std::ios::binary | std::ios::trunc);
-    out.write(content.data(), static_cast<std::streamsize>(content.size()));
-    FUZZ_CHECK(out.good());
-}
+const std::string& imagePath() { return image().path(); }
+
+void writeImage(const std::string& content) { image().write(content); }
 
 HexCheck check(const std::string& content, int16_t limit = kLimit) {
     writeImage(content);
