@@ -3,7 +3,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: setup build run test asan bench soak screenshots clean
+.PHONY: setup build run test asan fuzz bench soak screenshots clean
 
 setup:
 	@scripts/setup.sh
@@ -23,6 +23,10 @@ asan: setup
 	@cmake --build build-asan -j $(JOBS)
 	cd build-asan && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
 
+# libFuzzer targets built with clang, each run FUZZ_SECONDS (default 60).
+fuzz: setup
+	@scripts/fuzz.sh
+
 bench: build
 	$(BUILD)/bin/bench_download
 	$(BUILD)/bin/bench_sar_run
@@ -38,4 +42,4 @@ screenshots: build
 	scripts/screenshots.sh
 
 clean:
-	rm -rf $(BUILD) build-asan
+	rm -rf $(BUILD) build-asan build-fuzz

@@ -1,5 +1,6 @@
 #include "link/rxdatapacket.h"
 
+#include <algorithm>
 #include <string>
 
 #include "link/hexreading.h"
@@ -16,6 +17,9 @@ PacketBytes ParseFrame(std::string_view frame) {
 }
 
 WaitResult RXDataPacket(Link& link, PacketBytes& bytes, int threshold) {
+    // With nothing waiting there is nothing to read: a lower threshold would spin on an empty
+    // read and never let the timer tick.
+    threshold = std::max(threshold, 1);
     std::string buffer;
     link.arm(kFrameTimeoutMs);
     WaitResult result;

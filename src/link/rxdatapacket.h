@@ -22,9 +22,9 @@ inline constexpr int kFrameTimeoutMs = 1000;
 PacketBytes ParseFrame(std::string_view frame);
 
 // `RXDataPacket`: waits up to one second, counted from the call, for one frame. Reads
-// everything waiting once `threshold` characters wait; text before a carriage return is
-// dropped, and what follows the first frame in the same read is dropped with it. Ready
-// means a frame was taken into `bytes`; otherwise `bytes` keeps the previous frame.
+// everything waiting once `threshold` characters (at least one) wait; text before a carriage
+// return is dropped, and what follows the first frame in the same read is dropped with it.
+// Ready means a frame was taken into `bytes`; otherwise `bytes` keeps the previous frame.
 WaitResult RXDataPacket(Link& link, PacketBytes& bytes, int threshold = kFrameThreshold);
 
 }  // namespace kelp::link

@@ -116,7 +116,47 @@ TEST(BoardEngine, ByteByByteGivesTheSameAnswers) {
     EXPECT_EQ(whole.takeLog(), split.takeLog());
 }
 
-// With noise the codes sent are the logged ones, as the end-to-end runs show.
+// Garbage is logged per read; a byte at a time, the same bytes come out at the same speeds in
+// the same order, only over more lines.
+TEST(BoardEngine, GarbageKeepsItsBytesWhateverTheReads) {
+    // The log without its CODES lines, a run of BAD lines at one speed as one line.
+    const auto merged = [](const std::vector<std::string>& log) {
+        std::vector<std::string> out;
+        for (const std::string& line : log) {
+            if (line.starts_with("CODES")) continue;
+            const std::size_t at = line.rfind(" @");
+            if (line.starts_with("BAD") && !out.empty() && out.back().starts_with("BAD") &&
+                out.back().ends_with(line.substr(at))) {
+                out.back().insert(out.back().rfind(" @"), line.substr(3, at - 3));
+            } else {
+                out.push_back(line);
+            }
+        }
+        return out;
+    };
+    const struct {
+        std::vector<std::pair<std::string, long>> reads;
+        std::vector<std::string> log;
+    } cases[] = {
+        {{{"xyR", 57600}}, {"BAD 78 79 @57600", "REQUEST @57600"}},
+        // The start of a reset at another speed is held until it can no longer be one.
+        {{{kResetSequence.substr(0, 2), 19200}, {"R", 57600}},
+         {"BAD 21 5A @19200", "REQUEST @57600"}},
+        {{{kResetSequence.substr(0, 3) + "R", 19200}}, {"BAD 21 5A 00 52 @19200"}},
+        {{{"x", 9600}, {"y", 19200}, {"S", 57600}},
+         {"BAD 78 @9600", "BAD 79 @19200", "STOP @57600"}},
+    };
+    for (const auto& c : cases) {
+        BoardEngine whole{BoardOptions{}}, split{BoardOptions{}};
+        for (const auto& [bytes, baud] : c.reads) {
+            whole.feed(bytes, 0, baud);
+            for (char b : bytes) split.feed(std::string(1, b), 0, baud);
+        }
+        EXPECT_EQ(merged(whole.takeLog()), c.log);
+        EXPECT_EQ(merged(split.takeLog()), c.log);
+    }
+}
+
 TEST(BoardEngine, PacketAndLogCarryTheSameCodes) {
     BoardOptions options;
     options.level = 0x7F0, options.sigma = 0;

@@ -54,5 +54,36 @@ TEST(RXDataPacket, TakesOneFrameFromAByteStream) {
     }
 }
 
+// A threshold below one still waits for a character, and gives up after the second.
+TEST(RXDataPacket, ThresholdsBelowOneWaitForACharacter) {
+    testing::FakeWorld world;
+    Link link{world.port, world.timer, world.events};
+    world.port.open();
+    using enum WaitResult;
+    const std::string frame = "\r0123456789AB";
+    const PacketBytes bytes{1, 0x23, 0x45, 0x67, 0x89, 0xAB}, before{9, 9, 9, 9, 9, 9};
+    const struct {
+        int threshold;
+        std::vector<std::pair<double, std::string>> arrivals;
+        WaitResult result;
+        PacketBytes expected;
+        double endsAt;
+    } cases[] = {
+        {0, {}, TimedOut, before, 1000},
+        {-1, {}, TimedOut, before, 1000},
+        {0, {{4, frame}}, Ready, bytes, 4},
+        {0, {{4, "x"}, {6, frame}}, Ready, bytes, 6},
+    };
+    for (const auto& c : cases) {
+        PacketBytes got = before;
+        const double start = world.now;
+        for (const auto& [t, text] : c.arrivals) world.deliverAt(start + t, text);
+        EXPECT_EQ(RXDataPacket(link, got, c.threshold), c.result) << c.threshold;
+        EXPECT_EQ(got, c.expected) << c.threshold;
+        EXPECT_EQ(world.now - start, c.endsAt) << c.threshold;
+        world.now += 2000;
+    }
+}
+
 }  // namespace
 }  // namespace kelp::link
