@@ -30,26 +30,14 @@ using Clock = std::chrono::steady_clock;
 using Message = platform::RecordingMessageSink::Message;
 using namespace std::string_literals;
 
-// The scripted world's queue, timing the longest stretch between two visits: how long the
-// window would have stayed frozen.
+// The scripted world's queue (which returns at once), timing the longest stretch between two
+// visits: how long the window would have stayed frozen.
 class StopwatchQueue final : public platform::EventQueue {
 public:
     explicit StopwatchQueue(platform::EventQueue& inner) : inner_(inner) {}
-    void waitForEvent() override {
-        lap();
-        inner_.waitForEvent();
-        lap();
-    }
-    void waitForEvent(int ms) override {
-        lap();
-        inner_.waitForEvent(ms);
-        lap();
-    }
-    void processPending() override {
-        lap();
-        inner_.processPending();
-        lap();
-    }
+    void waitForEvent() override { lap(), inner_.waitForEvent(); }
+    void waitForEvent(int ms) override { lap(), inner_.waitForEvent(ms); }
+    void processPending() override { lap(), inner_.processPending(); }
     bool closing() const override { return inner_.closing(); }
     void start() { longest = 0, last_ = Clock::now(); }
     void lap() {
@@ -64,10 +52,11 @@ private:
     Clock::time_point last_;
 };
 
-std::string repeated(const std::string& line, size_t bytes) {
+// `bytes` bytes of `line` over and over, or of random values (NULs among them) for no line.
+std::string filler(const std::string& line, size_t bytes) {
+    std::mt19937 bits(570);
     std::string s;
-    s.reserve(bytes + line.size());
-    while (s.size() < bytes) s += line;
+    while (s.size() < bytes) s += line.empty() ? std::string(1, static_cast<char>(bits())) : line;
     return s;
 }
 
@@ -75,13 +64,6 @@ std::string repeated(const std::string& line, size_t bytes) {
 std::string reading(const std::vector<Message>& messages) {
     std::string s;
     for (const Message& m : messages) s += "[" + m.title + "] " + m.text + "\n";
-    return s;
-}
-
-std::string randomBytes(size_t n) {
-    std::mt19937 bits(570);
-    std::string s(n, '\0');
-    for (char& c : s) c = static_cast<char>(bits() & 0xFF);
     return s;
 }
 
@@ -100,56 +82,31 @@ TEST(BadImages, EachEndsClearlyAndTheWindowKeepsItsEvents) {
         std::string commands;     // after the reset: C erase, W write, U run
         std::string frames = {};  // the write frames, when they matter
     } cases[] = {
-        {"empty file",
-         "",
-         "",
-         {{"The firmware image is empty:\r\n" + image + "\r\n\r\nReinstall the image file.",
-           "Warning"},
-          bad},
-         "C"},
-        {"binary bytes after a run of NULs",
-         std::string(16, '\0') + randomBytes(1 << 20),
-         "",
-         {invalid, bad},
-         "C"},
+        // clang-format off
+        {"empty file", "", "", {{"The firmware image is empty:\r\n" + image +
+          "\r\n\r\nReinstall the image file.", "Warning"}, bad}, "C"},
+        {"binary bytes after a run of NULs", std::string(16, '\0') + filler("", 1 << 20), "",
+         {invalid, bad}, "C"},
         // The only line is the last: neither checked nor sent, as with every image.
         {"10 MB line without a line end", std::string(10 << 20, 'A'), "", {}, "CU"},
-        {"10 MB line of letters, then the end record",
-         std::string(10 << 20, 'A') + "\r\n" + end,
-         "",
-         {invalid, tooBig, invalid, bad},
-         "C"},
+        {"10 MB line of letters, then the end record", std::string(10 << 20, 'A') + "\r\n" + end,
+         "", {invalid, tooBig, invalid, bad}, "C"},
         {"50 MB of valid records",
-         repeated(":10000000000102030405060708090A0B0C0D0E0F78\r\n", 50 << 20) + end,
-         "W2",
-         {{"Error: Could not DOWNLOAD Code.", "Warning"}},
-         "CWW"},
+         filler(":10000000000102030405060708090A0B0C0D0E0F78\r\n", 50 << 20) + end, "W2",
+         {{"Error: Could not DOWNLOAD Code.", "Warning"}}, "CWW"},
         {"CR line ends", rec + "\r" + rec + "\r" + end + "\r", "", {}, "CWWU"},
         {"LF line ends", rec + "\n" + rec + "\n" + end + "\n", "", {}, "CWWU"},
-        {"lower-case digits",
-         ":0300000002003bc0\r\n:0100ff00aa56\r\n" + end,
-         "",
-         {},
-         "CWWU",
-         "\x07\x0E\x07\x57\x00\x00\x00\x02\x00\x3B\x65"
-         "\x07\x0E\x05\x57\x00\x00\xFF\xAA\xFB"s},
+        {"lower-case digits", ":0300000002003bc0\r\n:0100ff00aa56\r\n" + end, "", {}, "CWWU",
+         "\x07\x0E\x07\x57\x00\x00\x00\x02\x00\x3B\x65" "\x07\x0E\x05\x57\x00\x00\xFF\xAA\xFB"s},
         {"251 data bytes, then 252",
-         ":FB000000" + zeros + "05\r\n:FC000000" + zeros + "0004\r\n" + end,
-         "",
+         ":FB000000" + zeros + "05\r\n:FC000000" + zeros + "0004\r\n" + end, "",
          {{"Error: Could not DOWNLOAD Code.\r\nLine 2 of the image holds more than 251 data "
            "bytes, more than one loader record carries. Split it into shorter records, then "
-           "press Download again.",
-           "Warning"}},
-         "CW"},
-        {"no image in the ASM folder",
-         std::nullopt,
-         "",
-         {{"The firmware image could not be read:\r\n" + image +
-               "\r\n\r\nCheck that the ASM folder beside KELP holds the image and that it is "
-               "readable.",
-           "Warning"},
-          bad},
-         "C"},
+           "press Download again.", "Warning"}}, "CW"},
+        {"no image in the ASM folder", std::nullopt, "", {{"The firmware image could not be "
+          "read:\r\n" + image + "\r\n\r\nCheck that the ASM folder beside KELP holds the image "
+          "and that it is readable.", "Warning"}, bad}, "C"},
+        // clang-format on
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

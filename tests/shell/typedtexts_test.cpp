@@ -7,8 +7,8 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
+#include <array>
 #include <string>
-#include <vector>
 
 #include "link/link.h"
 #include "link/runstate.h"
@@ -24,35 +24,22 @@ namespace kelp {
 namespace {
 
 using testing::child;
+using testing::choose;
 
-enum Rule { k8bit, k16bit, k1bit, kAsTyped };
-
-struct Box {
-    const char* name;
-    Rule rule;
-};
-
-// The boxes both windows share; each window adds its own.
-const std::vector<Box> kRegisterBoxes = {
-    {"PWMCONSFR", k8bit},    {"PWM0HSFR", k8bit},     {"PWM0LSFR", k8bit},
-    {"PWM1HSFR", k8bit},     {"PWM1LSFR", k8bit},     {"P0SFR", k8bit},
-    {"P1_0SFR", k1bit},      {"P1_1SFR", k1bit},      {"P2SFR", k8bit},
-    {"P3SFR", k8bit},        {"TCONSFR", k8bit},      {"TMODSFR", k8bit},
-    {"T0SFR", k16bit},       {"T1SFR", k16bit},       {"TIMECONSFR", k8bit},
-    {"SCONSFR", kAsTyped},   {"T2CONSFR", kAsTyped},  {"RCAP2HSFR", kAsTyped},
-    {"RCAP2LSFR", kAsTyped}, {"PLLCONSFR", kAsTyped}, {"VrefTextbox", kAsTyped}};
+// Box names by the rule that rewrites them: 8-bit, 16-bit, 1-bit, none (kept as typed).
+using Boxes = std::array<QString, 4>;
+const Boxes kShared = {
+    "PWMCONSFR PWM0HSFR PWM0LSFR PWM1HSFR PWM1LSFR P0SFR P2SFR P3SFR TCONSFR TMODSFR TIMECONSFR",
+    "T0SFR T1SFR", "P1_0SFR P1_1SFR", "SCONSFR T2CONSFR RCAP2HSFR RCAP2LSFR PLLCONSFR VrefTextbox"};
 
 struct Typed {
     const char* text;
-    const char* rules[3];    // what the 8-bit, 16-bit and 1-bit rules make of it
-    const char* sarSamples;  // NumSamples once left, and the samples a run then takes
-    int sarTaken;
-    const char* sdSamples;
-    int sdTaken;
-    const char* sf;  // SF once left, and the update rate it gives
-    const char* rate;
-    const char* conversionTime;  // SAR, after the next ConvTime choice
-    const char* primaryRange;    // SD, the eighth entry, the one selected
+    const char* rules[3];                // what the 8-bit, 16-bit and 1-bit rules make of it
+    const char *sarSamples, *sdSamples;  // NumSamples once left,
+    int sarTaken, sdTaken;               // and the samples a run then takes
+    const char *sf, *rate;               // SF once left, and the update rate it gives
+    const char* conversionTime;          // SAR, after the next ConvTime choice
+    const char* primaryRange;            // SD, the eighth entry, the one selected
 };
 
 int value(const char* hex) { return std::stoi(hex, nullptr, 16); }
@@ -76,28 +63,28 @@ std::string registerBytes(const Typed& t) {
 struct Rig {
     explicit Rig(bool sigmaDelta) {
         world.port.onWrite = [this, sigmaDelta](const std::string& block) {
-            if (block != "R") return;
-            std::string packet;
-            for (int j = 0; j < 100; ++j) packet += "\r0802";
-            if (!sigmaDelta) world.deliverAfter(80, packet);
-            for (int k = 1; sigmaDelta && k <= 2000; ++k)
-                world.deliverAfter(2 * k, "\r800000800000");
+            for (int k = 1; block == "R" && k <= (sigmaDelta ? 2000 : 100); ++k)
+                world.deliverAfter(sigmaDelta ? 2 * k : 80,
+                                   sigmaDelta ? "\r800000800000" : "\r0802");
         };
     }
-    QLineEdit* box(QWidget* w, const char* name) { return child<QLineEdit>(w, name); }
-    // Pastes `text` into every box (each rule sees it whole), leaves NumSamples, then runs.
-    void typeAndRun(link::EvaluationWindow* w, const std::vector<Box>& boxes, const char* text) {
-        for (const Box& b : boxes) box(w, b.name)->setText(QString::fromUtf8(text));
-        child<QComboBox>(w, "NumSamples")->setEditText(QString::fromUtf8(text));
+    // Pastes the text into every box (each rule sees it whole), leaves NumSamples, runs, then
+    // finds each box showing what its rule makes of the text.
+    void pasteAndRun(link::EvaluationWindow* w, const Boxes& boxes, const Typed& t) {
+        const auto each = [&](auto act) {
+            for (int rule = 0; rule < 4; ++rule)
+                for (const QString& name : boxes[rule].split(' '))
+                    act(child<QLineEdit>(w, qPrintable(name)), rule < 3 ? t.rules[rule] : t.text);
+        };
+        each([&](QLineEdit* box, const char*) { box->setText(QString::fromUtf8(t.text)); });
+        child<QComboBox>(w, "NumSamples")->setEditText(QString::fromUtf8(t.text));
         w->NumSamples_LostFocus();
         world.port.writes.clear();
         child<QPushButton>(w, "RunButton")->click();
-    }
-    void expectShown(QWidget* w, const std::vector<Box>& boxes, const Typed& t) {
-        for (const Box& b : boxes)
-            EXPECT_EQ(box(w, b.name)->text().toStdString(),
-                      b.rule == kAsTyped ? t.text : t.rules[b.rule])
-                << b.name;
+        each([](QLineEdit* box, const char* shown) {
+            EXPECT_EQ(box->text().toStdString(), shown) << box->objectName().toStdString();
+        });
+        EXPECT_TRUE(messages.messages.empty());
     }
 
     testing::FakeWorld world;
@@ -109,16 +96,16 @@ struct Rig {
 TEST(TypedTexts, EveryBoxOfBothWindowsShowsAndSendsWhatItsRuleMakesOfIt) {
     // clang-format off
     const Typed cases[] = {
-        {"", {"0", "0", "0"}, "1", 100, "1", 1, "0D", "105.025641025641", "6.149", "+/- 0mV"},
-        {"   ", {"0", "0", "0"}, "1", 100, "1", 1, "0D", "105.025641025641", "6.149", "+/- 0mV"},
-        {" 1 2 ", {"12", "12", "1"}, "12", 100, "12", 12, "12", "75.8518518518518", "5.667",
+        {"", {"0", "0", "0"}, "1", "1", 100, 1, "0D", "105.025641025641", "6.149", "+/- 0mV"},
+        {"   ", {"0", "0", "0"}, "1", "1", 100, 1, "0D", "105.025641025641", "6.149", "+/- 0mV"},
+        {" 1 2 ", {"12", "12", "1"}, "12", "12", 100, 12, "12", "75.8518518518518", "5.667",
          "+/- 12.288V"},
-        {"99999999999999999999", {"0", "0", "1"}, "10000", 10000, "2000", 2000, "0D",
+        {"99999999999999999999", {"0", "0", "1"}, "10000", "2000", 10000, 2000, "0D",
          "105.025641025641", "6.149", "+/- 1.024E+20V"},
-        {"-5", {"0", "0", "0"}, "-5", 0, "-5", 0, "0D", "105.025641025641", "6.149", "+/- -5120mV"},
-        {"äöü", {"0", "0", "0"}, "1", 100, "1", 1, "0D", "105.025641025641", "6.149", "+/- 0mV"},
-        {"数字", {"0", "0", "0"}, "1", 100, "1", 1, "0D", "105.025641025641", "6.149", "+/- 0mV"},
-        {"😀", {"0", "0", "0"}, "1", 100, "1", 1, "0D", "105.025641025641", "6.149", "+/- 0mV"},
+        {"-5", {"0", "0", "0"}, "-5", "-5", 0, 0, "0D", "105.025641025641", "6.149", "+/- -5120mV"},
+        {"äöü", {"0", "0", "0"}, "1", "1", 100, 1, "0D", "105.025641025641", "6.149", "+/- 0mV"},
+        {"数字", {"0", "0", "0"}, "1", "1", 100, 1, "0D", "105.025641025641", "6.149", "+/- 0mV"},
+        {"😀", {"0", "0", "0"}, "1", "1", 100, 1, "0D", "105.025641025641", "6.149", "+/- 0mV"},
     };
     // clang-format on
     for (const Typed& t : cases) {
@@ -128,50 +115,41 @@ TEST(TypedTexts, EveryBoxOfBothWindowsShowsAndSendsWhatItsRuleMakesOfIt) {
             sar::SarResults results;
             sar::SarWindow w(rig.link, rig.run, results, rig.messages);
             w.load("Zylo570");
-            testing::choose(child<QComboBox>(&w, "ADCRef"), 1);  // enables VrefTextbox
-            for (const char* dac : {"DAC0Button", "DAC1Button"})
-                child<QCheckBox>(&w, dac)->setChecked(true);
-            std::vector<Box> boxes = kRegisterBoxes;
-            boxes.insert(
-                boxes.end(),
-                {{"DAC0Data", k16bit}, {"DAC1Data", k16bit}, {"MasterClockTextbox", kAsTyped}});
-            rig.typeAndRun(&w, boxes, t.text);
-            auto* convTime = child<QComboBox>(&w, "ConvTime");
-            testing::choose(convTime, convTime->currentIndex());
-            rig.expectShown(&w, boxes, t);
+            choose(child<QComboBox>(&w, "ADCRef"), 1);  // enables VrefTextbox
+            child<QCheckBox>(&w, "DAC0Button")->setChecked(true);
+            child<QCheckBox>(&w, "DAC1Button")->setChecked(true);
+            Boxes boxes = kShared;
+            boxes[1] += " DAC0Data DAC1Data";
+            boxes[3] += " MasterClockTextbox";
+            rig.pasteAndRun(&w, boxes, t);
+            choose(child<QComboBox>(&w, "ConvTime"),
+                   child<QComboBox>(&w, "ConvTime")->currentIndex());
             EXPECT_EQ(testing::texts(&w, "NumSamples|ConversionTimeTextbox"),
                       std::string(t.sarSamples) + "|" + t.conversionTime);
             EXPECT_EQ(rig.run.SampleCount, t.sarTaken);
-            ASSERT_EQ(rig.world.port.writes.size(), 2u + t.sarTaken / 100);
+            ASSERT_EQ(rig.world.port.writes.size(), 2u + t.sarTaken / 100);  // C, R..., S
             EXPECT_EQ(rig.world.port.writes[0].substr(5), word(t) + word(t) + registerBytes(t));
-            EXPECT_TRUE(rig.messages.messages.empty());
         }
-        {
-            Rig rig(true);
-            sigmadelta::SdResults results;
-            sigmadelta::SdLinkState state;
-            sigmadelta::SdWindow w(rig.link, rig.run, results, state, rig.messages);
-            w.load("Zylo560", false);
-            testing::choose(child<QComboBox>(&w, "AuxReference"), 1);  // shows Vref as typed
-            child<QCheckBox>(&w, "DACButton")->setChecked(true);
-            std::vector<Box> boxes = kRegisterBoxes;
-            boxes.push_back({"DACData", k16bit});
-            child<QComboBox>(&w, "SF")->setEditText(QString::fromUtf8(t.text));
-            w.SF_LostFocus();
-            rig.typeAndRun(&w, boxes, t.text);
-            rig.expectShown(&w, boxes, t);
-            EXPECT_EQ(testing::texts(&w,
-                                     "NumSamples|SF|ConversionRate|PrimaryInputRange|"
-                                     "AuxInputRange"),
-                      std::string(t.sdSamples) + "|" + t.sf + "|" + t.rate + "|" + t.primaryRange +
-                          "|+/- " + t.text);
-            EXPECT_EQ(rig.run.SampleCount, t.sdTaken);
-            ASSERT_EQ(rig.world.port.writes.size(), 3u);  // the message, "R", "S"
-            const std::string& sent = rig.world.port.writes[0];
-            EXPECT_EQ(sent[4], static_cast<char>(value(t.sf)));
-            EXPECT_EQ(sent.substr(7), word(t) + registerBytes(t) + '\0');
-            EXPECT_TRUE(rig.messages.messages.empty());
-        }
+        Rig rig(true);
+        sigmadelta::SdResults results;
+        sigmadelta::SdLinkState state;
+        sigmadelta::SdWindow w(rig.link, rig.run, results, state, rig.messages);
+        w.load("Zylo560", false);
+        choose(child<QComboBox>(&w, "AuxReference"), 1);  // shows Vref as typed
+        child<QCheckBox>(&w, "DACButton")->setChecked(true);
+        child<QComboBox>(&w, "SF")->setEditText(QString::fromUtf8(t.text));
+        w.SF_LostFocus();
+        Boxes boxes = kShared;
+        boxes[1] += " DACData";
+        rig.pasteAndRun(&w, boxes, t);
+        EXPECT_EQ(
+            testing::texts(&w, "NumSamples|SF|ConversionRate|PrimaryInputRange|AuxInputRange"),
+            std::string(t.sdSamples) + "|" + t.sf + "|" + t.rate + "|" + t.primaryRange + "|+/- " +
+                t.text);
+        EXPECT_EQ(rig.run.SampleCount, t.sdTaken);
+        ASSERT_EQ(rig.world.port.writes.size(), 3u);  // the message, "R", "S"
+        EXPECT_EQ(rig.world.port.writes[0][4], static_cast<char>(value(t.sf)));
+        EXPECT_EQ(rig.world.port.writes[0].substr(7), word(t) + registerBytes(t) + '\0');
     }
 }
 
