@@ -21,10 +21,16 @@ DownloadStep runSteps(link::Link& link, LoaderState& state, platform::ProgressIn
         result.unknownModel = true;
         return DownloadStep::CheckImage;
     }
-    const HexCheck check = CheckHexFile(image, state.HexSizeLimit);
+    const HexCheck check = CheckHexFile(image, state.HexSizeLimit, [&link] {
+        link.yield();
+        return !link.closing();
+    });
     result.checkMessages = check.messages;
     if (!check.ok) return DownloadStep::CheckImage;
-    if (!loader.DownloadCode(image)) return DownloadStep::Transfer;
+    if (!loader.DownloadCode(image)) {
+        result.longRecordLine = loader.longRecordLine();
+        return DownloadStep::Transfer;
+    }
     if (!loader.RunCode()) return DownloadStep::Run;
     return DownloadStep::Done;
 }

@@ -31,6 +31,8 @@ struct DownloadResult {
     bool portLost = false;      // the port stopped working on the way
     bool closing = false;       // the program began to end during the download
     bool ok() const { return reached == DownloadStep::Done; }
+    // The image line, counted from 1, whose record is too long for a write frame; or 0.
+    int longRecordLine = 0;
 };
 
 struct DownloadHooks {

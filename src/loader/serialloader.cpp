@@ -55,21 +55,33 @@ bool SerialLoader::EraseCode() { return acknowledgedRequest(eraseFrame()); }
 bool SerialLoader::RunCode() { return acknowledgedRequest(runFrame()); }
 
 bool SerialLoader::DownloadCode(const std::string& path) {
-    const auto lines = readTextLines(path);
-    if (!lines || lines->empty()) {
+    longRecordLine_ = 0;
+    // The window keeps handling its events while a large image is read.
+    const KeepGoing keepGoing = [this] {
+        link_.yield();
+        return !link_.closing();
+    };
+    std::string line, following;
+    int lineCount = 0;
+    {
+        LineReader counting(path, keepGoing);
+        while (counting.next(line)) ++lineCount;
+        if (counting.failed() || counting.stopped()) lineCount = 0;
+    }
+    LineReader reader(path, keepGoing);
+    if (lineCount == 0 || !reader.next(line)) {
         state_.DownloadOk = false;
         return false;
     }
-    const int maximum = static_cast<int>(lines->size()) - 1;
-    progress_.setRange(0, maximum);
+    progress_.setRange(0, lineCount - 1);
     progress_.setValue(0);
     progress_.setVisible(true);
     int counter = 0;
     // The last line (normally the end record) is never sent.
-    for (size_t n = 0; n + 1 < lines->size(); ++n) {
-        const std::string& line = (*lines)[n];
+    while (reader.next(following)) {
         if (line != kEndRecord && state_.DownloadOk) {
             const auto frame = writeFrameFromLine(line);
+            if (!frame) longRecordLine_ = counter + 1;
             state_.DownloadOk = frame && acknowledgedRequest(*frame);
         }
         progress_.setValue(++counter);
@@ -77,7 +89,9 @@ bool SerialLoader::DownloadCode(const std::string& path) {
             state_.DownloadOk = false;
             break;
         }
+        line.swap(following);
     }
+    if (reader.failed() || reader.stopped()) state_.DownloadOk = false;
     progress_.setVisible(false);
     return state_.DownloadOk;
 }

@@ -36,6 +36,9 @@ public:
     // Sends every line but the last as a write frame; stops sending after the first record
     // that is not acknowledged but still runs the progress to its end.
     bool DownloadCode(const std::string& path);
+    // The line (counted from 1) whose record the last DownloadCode found too long for a write
+    // frame, or 0.
+    int longRecordLine() const { return longRecordLine_; }
     bool RunCode();
     // True when exactly `count` bytes are waiting before `timeoutMs` has passed. More bytes
     // than expected do not end the wait.
@@ -49,6 +52,7 @@ private:
     link::Link& link_;
     LoaderState& state_;
     platform::ProgressIndicator& progress_;
+    int longRecordLine_ = 0;
 };
 
 }  // namespace kelp::loader

@@ -296,7 +296,14 @@ void MainWindow::reportDownload(const loader::DownloadResult& result) {
             fail("Error Invalid Hex File.");
             break;
         case DownloadStep::Transfer:
-            fail("Error: Could not DOWNLOAD Code.");
+            // The chip never saw that record: the image is at fault, not the line.
+            if (result.longRecordLine > 0)
+                fail("Error: Could not DOWNLOAD Code.\r\nLine " +
+                     std::to_string(result.longRecordLine) +
+                     " of the image holds more than 251 data bytes, more than one loader record "
+                     "carries. Split it into shorter records, then press Download again.");
+            else
+                fail("Error: Could not DOWNLOAD Code.");
             break;
         case DownloadStep::Run:
             fail("Error: Could not RUN Code.");
