@@ -65,14 +65,10 @@ struct Corrupted {
     int fromIntactFrames = 0;
 };
 
-// Matches the stored samples to the board's codes, in order, keeping as many as can be kept
-// (a longest common subsequence, so that a wrong code that happens to equal a later one costs
-// nothing else). An unmatched sample came from one of the frames between its matched
-// neighbours; each short frame among those, with the frame it runs into, explains one of them.
-// `shortFrames` are indices into `sent`; slots the run left alone hold `untouched`.
-Corrupted corrupted(const std::vector<long>& sent, std::vector<long> stored, long untouched,
-                    const std::vector<size_t>& shortFrames) {
-    std::erase(stored, untouched);
+// For each stored sample, the index of the sent code it matches, or -1: as many matches as
+// can be kept in order (a longest common subsequence, so that a wrong code that happens to
+// equal a later one costs nothing else), each as early as it can be.
+std::vector<long> earliestMatches(const std::vector<long>& sent, const std::vector<long>& stored) {
     const size_t n = stored.size(), m = sent.size();
     // kept[i][j]: matches possible between stored[i..] and sent[j..].
     std::vector<uint16_t> kept((n + 1) * (m + 1), 0);
@@ -81,25 +77,45 @@ Corrupted corrupted(const std::vector<long>& sent, std::vector<long> stored, lon
         for (size_t j = m; j-- > 0;)
             at(i, j) = stored[i] == sent[j] ? static_cast<uint16_t>(at(i + 1, j + 1) + 1)
                                             : std::max(at(i + 1, j), at(i, j + 1));
-    std::vector<long> source(n, -1);  // the sent code each stored sample matched
+    std::vector<long> source(n, -1);
     for (size_t i = 0, j = 0; i < n && j < m;) {
         if (stored[i] == sent[j] && at(i, j) == at(i + 1, j + 1) + 1)
             source[i++] = static_cast<long>(j++);
-        else if (at(i + 1, j) >= at(i, j + 1))
-            ++i;
-        else
+        else if (at(i, j + 1) == at(i, j))
             ++j;
+        else
+            ++i;
     }
+    return source;
+}
+
+// Stored samples the board's codes cannot account for, in order. Codes repeat, so a match may
+// sit at the earliest or the latest of several places; an unmatched sample came from one of
+// the frames between the earliest place of the match before it and the latest place of the
+// match after it. Each short frame among those, with the frame it runs into, explains one
+// unmatched sample there. `shortFrames` are indices into `sent`; slots the run left alone
+// hold `untouched`.
+Corrupted corrupted(const std::vector<long>& sent, std::vector<long> stored, long untouched,
+                    const std::vector<size_t>& shortFrames) {
+    std::erase(stored, untouched);
+    const long m = static_cast<long>(sent.size());
+    const std::vector<long> early = earliestMatches(sent, stored);
+    std::vector<long> late =
+        earliestMatches({sent.rbegin(), sent.rend()}, {stored.rbegin(), stored.rend()});
+    std::reverse(late.begin(), late.end());
+    for (long& j : late)
+        if (j >= 0) j = m - 1 - j;
     Corrupted out;
+    const size_t n = stored.size();
     for (size_t i = 0; i < n;) {
-        if (source[i] >= 0) {
+        if (early[i] >= 0) {
             ++i;
             continue;
         }
-        const long after = i > 0 ? source[i - 1] : -1;
+        const long after = i > 0 ? early[i - 1] : -1;
         size_t end = i;
-        while (end < n && source[end] < 0) ++end;
-        const long before = end < n ? source[end] : static_cast<long>(m);
+        while (end < n && early[end] < 0) ++end;
+        const long before = end == n ? m : std::max(early[end], late[end]);
         const int unmatched = static_cast<int>(end - i);
         int explained = 0;
         for (size_t k : shortFrames)
