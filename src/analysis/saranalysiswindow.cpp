@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <span>
 
+#include "analysis/sarfigures.h"
 #include "analysis/sarrunsettings.h"
 #include "analysis/statistics.h"
 #include "link/controlkit.h"
@@ -20,10 +21,6 @@
 #include "platform/chartpanel.h"
 
 namespace kelp::analysis {
-
-using link::DecimalText;
-using link::HexCode;
-using link::MiddleCode;
 
 struct SarAnalysisWindow::Ui {
     QGroupBox* ADC = nullptr;
@@ -133,7 +130,6 @@ QString text(const std::string& s) { return link::qs(s); }
 
 SarAnalysisWindow::SarAnalysisWindow(const std::string& model, QWidget* parent)
     : AnalysisWindow("SAR_KELP_Analysis", model, parent), ui_(std::make_unique<Ui>()) {
-
     auto* central = new QWidget(this);
     auto* root = new QVBoxLayout(central);
     root->addWidget(buildSettingsGroup());
@@ -251,38 +247,30 @@ void SarAnalysisWindow::AnalyseData(const SarRunSettings& settings, const SarRun
     ui_->ConversionTimeTextbox->setText(text(settings.ConversionTimeTextbox));
 
     // Histogram; the charts draw once, when the event loop next runs.
-    const int count = data.SampleCount;
-    const int minCode = data.MinCode;
-    const int maxCode = data.MaxCode;
-    const HistogramResult h =
-        BuildCodeHistogram(data.SampleBuffer, 1, count, minCode, maxCode, kSarExactLimit);
-    const bool noSamples = h.columnCount == 0;
+    const SarFigures f = ComputeSarFigures(data);
+    const HistogramResult& h = f.histogram;
     ui_->Histogram->setData(QVector<int>(h.histogram.counts.begin(), h.histogram.counts.end()));
     if (!h.binned) ui_->Histogram->setColumnCount(h.columnCount);
     const int columns = ui_->Histogram->columnCount();
     for (int i = 1; i <= columns; ++i) ui_->Histogram->setColumnColor(i, kBarColor);
     ui_->Histogram->setRowLabel(QString());
 
-    // Codes, spread and counts; a run without samples has no codes to show.
-    const QString minText = noSamples ? QString() : text(HexCode(minCode));
-    const QString maxText = noSamples ? QString() : text(HexCode(maxCode));
-    ui_->MaxCodeHistogramTextbox->setText(maxText);
-    ui_->MidCodeHistogramTextbox->setText(noSamples ? QString()
-                                                    : text(MiddleCode(minCode, maxCode)));
-    ui_->MinCodeHistogramTextbox->setText(minText);
-    ui_->MaxCodeTextBox->setText(maxText);
-    ui_->MinCodeTextbox->setText(minText);
-    ui_->CodeDistributionTextbox->setText(
-        text(DecimalText(noSamples ? 0 : CodeSpread(maxCode, minCode))));
-    ui_->NumberMinCode->setText(text(DecimalText(h.histogram.slot(1))));
-    ui_->NumberMidCode->setText(text(DecimalText(h.PeakCount)));
-    ui_->NumberMaxCode->setText(text(DecimalText(h.histogram.slot(columns))));
+    ui_->MaxCodeHistogramTextbox->setText(text(f.MaxCodeHistogramTextbox));
+    ui_->MidCodeHistogramTextbox->setText(text(f.MidCodeHistogramTextbox));
+    ui_->MinCodeHistogramTextbox->setText(text(f.MinCodeHistogramTextbox));
+    ui_->MaxCodeTextBox->setText(text(f.MaxCodeTextBox));
+    ui_->MinCodeTextbox->setText(text(f.MinCodeTextbox));
+    ui_->CodeDistributionTextbox->setText(text(f.CodeDistributionTextbox));
+    ui_->NumberMinCode->setText(text(f.NumberMinCode));
+    ui_->NumberMidCode->setText(text(f.NumberMidCode));
+    ui_->NumberMaxCode->setText(text(f.NumberMaxCode));
 
     // Every sample again, on the run window's scale.
     ui_->Graph->setUpperBound(settings.graphUpperBound);
     ui_->Graph->setLowerBound(settings.graphLowerBound);
     ui_->Graph->setLabels(settings.GraphMaxLabel, settings.GraphMidLabel, settings.GraphMinLabel);
     ui_->Graph->clear();
+    const int count = data.SampleCount;
     ui_->Graph->setExtent(std::max(count, 0));
     // Sample k sits at index k; a count beyond the buffer plots what exists.
     const int last = std::min(count, static_cast<int>(data.SampleBuffer.size()) - 1);
