@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <span>
 
+#include "analysis/noisefigures.h"
+#include "analysis/samplescsv.h"
 #include "analysis/sarfigures.h"
 #include "analysis/sarrunsettings.h"
 #include "analysis/statistics.h"
@@ -134,13 +136,23 @@ SarAnalysisWindow::SarAnalysisWindow(const std::string& model, QWidget* parent)
     auto* root = new QVBoxLayout(central);
     root->addWidget(buildSettingsGroup());
 
+    // The extra figures sit under the fixed ones.
+    auto* figures = new QVBoxLayout();
+    figures->addWidget(buildResultsGroup());
+    noise_ = makeNoiseGroup("Noise Figures", "NoiseFigures", "", "", 1);
+    figures->addWidget(noise_.group);
+    figures->addStretch(1);
     auto* middle = new QHBoxLayout();
-    middle->addWidget(buildResultsGroup(), 0, Qt::AlignTop);
+    middle->addLayout(figures);
     middle->addWidget(buildHistogramPanel(), 1);
     root->addLayout(middle, 3);
     root->addWidget(buildGraphPanel(), 2);
 
-    finish(central, root, 1000, 700);
+    finish(central, root, 1000, 760);
+}
+
+std::string SarAnalysisWindow::samplesCsv() const {
+    return SarSamplesCsv(lastSettings_, lastData_);
 }
 
 QWidget* SarAnalysisWindow::buildSettingsGroup() {
@@ -160,6 +172,7 @@ QWidget* SarAnalysisWindow::buildSettingsGroup() {
             longFigure ? box->fontMetrics().horizontalAdvance("888.888888888888") + 12 : 80);
         ui_.get()->*f.label = label;
         ui_.get()->*f.box = box;
+        addFigure(f.caption, box);
         grid->addWidget(label, i / kPerRow, 2 * (i % kPerRow));
         grid->addWidget(box, i / kPerRow, 2 * (i % kPerRow) + 1);
         ++i;
@@ -181,6 +194,7 @@ QWidget* SarAnalysisWindow::buildResultsGroup() {
         box->setFixedWidth(100);
         ui_.get()->*f.label = label;
         ui_.get()->*f.box = box;
+        addFigure(f.caption, box);
         form->addRow(label, box);
     }
     return ui_->PrimaryADC;
@@ -223,6 +237,7 @@ QWidget* SarAnalysisWindow::buildHistogramPanel() {
     marks->addStretch(1);
     marks->addWidget(ui_->MaxCodeHistogramTextbox);
     layout->addLayout(marks);
+    addChart("Histogram", panel, ui_->Histogram);
     return panel;
 }
 
@@ -230,6 +245,7 @@ QWidget* SarAnalysisWindow::buildGraphPanel() {
     ui_->Graph = new platform::ChartPanel(
         {"Graph", "GraphMaxLabel", "GraphMidLabel", "GraphMinLabel"}, {"801H", "800H", "7FFH"});
     ui_->Graph->setMinimumHeight(160);
+    addChart("Strip Chart", ui_->Graph);
     return ui_->Graph;
 }
 
@@ -245,6 +261,12 @@ void SarAnalysisWindow::AnalyseData(const SarRunSettings& settings, const SarRun
     ui_->MasterClockTextbox->setText(text(settings.MasterClockTextbox));
     ui_->SampFreqTextbox->setText(text(settings.SampFreqTextbox));
     ui_->ConversionTimeTextbox->setText(text(settings.ConversionTimeTextbox));
+
+    // Kept for the export: the buffer and the settings may change with the next run.
+    lastSettings_ = settings;
+    lastBuffer_.assign(data.SampleBuffer.begin(), data.SampleBuffer.end());
+    lastData_ = data;
+    lastData_.SampleBuffer = lastBuffer_;
 
     // Histogram; the charts draw once, when the event loop next runs.
     const SarFigures f = ComputeSarFigures(data);
@@ -264,6 +286,14 @@ void SarAnalysisWindow::AnalyseData(const SarRunSettings& settings, const SarRun
     ui_->NumberMinCode->setText(text(f.NumberMinCode));
     ui_->NumberMidCode->setText(text(f.NumberMidCode));
     ui_->NumberMaxCode->setText(text(f.NumberMaxCode));
+
+    const NoiseFigures noise = SarNoiseFigures(settings, data);
+    showNoise(noise_, NoiseFigureTexts(noise), true);
+    QVector<QPointF> curve;
+    for (const auto& [x, y] : HistogramGaussian(h, data.MinCode, data.MaxCode, noise.meanCode,
+                                                noise.stdDevCodes, noise.sampleCount))
+        curve.append({x, y});
+    ui_->Histogram->setCurve(curve);
 
     // Every sample again, on the run window's scale.
     ui_->Graph->setUpperBound(settings.graphUpperBound);
