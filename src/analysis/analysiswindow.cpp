@@ -257,7 +257,7 @@ AnalysisWindow::NoiseBoxes AnalysisWindow::makeNoiseGroup(const QString& title,
         box->setAlignment(Qt::AlignRight);
         box->setToolTip(f.tip);
         label->setToolTip(f.tip);
-        box->setMinimumWidth(box->fontMetrics().horizontalAdvance("-8.8888888") + 12);
+        box->setMinimumWidth(box->fontMetrics().horizontalAdvance("8888888.888") + 12);
         grid->addWidget(label, i / perRow, 2 * (i % perRow));
         grid->addWidget(box, i / perRow, 2 * (i % perRow) + 1);
         out.captions.push_back(label);

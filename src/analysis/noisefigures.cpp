@@ -56,7 +56,7 @@ NoiseTexts NoiseFigureTexts(const NoiseFigures& f) {
     t.sampleCount = link::DecimalText(f.sampleCount);
     if (f.sampleCount <= 0) return t;
     t.meanCode = FormatRounded(f.meanCode, 3);
-    t.meanVolts = optionalText(f.meanVolts, 7);
+    t.meanVolts = optionalText(f.meanVolts, 9);
     t.stdDevCodes = FormatRounded(f.stdDevCodes, 3);
     t.ppEstimateCodes = FormatRounded(f.ppEstimateCodes, 2);
     t.effectiveBits = optionalText(f.effectiveBits, 2);

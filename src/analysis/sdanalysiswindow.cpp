@@ -473,14 +473,14 @@ SdAnalysisWindow::SdAnalysisWindow(const std::string& model, QWidget* parent)
         // The extra figures of the block, under its charts.
         NoiseBoxes& noise = block == &kPrimary ? primaryNoise_ : auxNoise_;
         noise = makeNoiseGroup(title + " Noise Figures", block->noiseGroupName, block->noisePrefix,
-                               title + " ", 3);
+                               title + " ", 2);
         blocks->addWidget(noise.group, 3, column++);
     }
     blocks->setRowStretch(1, 3);
     blocks->setRowStretch(2, 2);
     root->addLayout(blocks, 1);
 
-    finish(central, root, 1000, 840);
+    finish(central, root, 1000, 900);
 }
 
 std::string SdAnalysisWindow::samplesCsv() const { return SdSamplesCsv(last_); }

@@ -94,7 +94,7 @@ TEST(NoiseFigures, TextsAndWhatCannotBeComputed) {
     } cases[] = {
         {"spread", ComputeNoiseFigures(spread, 2.5, 12, false), "5|2048|1.25|1.414|9.33|11.5|8.78"},
         {"no reference", ComputeNoiseFigures(spread, 0, 12, false), "5|2048||1.414|9.33|11.5|8.78"},
-        {"no noise", ComputeNoiseFigures(flat, 2.5, 12, false), "2|7|0.0042725|0|0||"},
+        {"no noise", ComputeNoiseFigures(flat, 2.5, 12, false), "2|7|0.004272461|0|0||"},
         {"no samples", ComputeNoiseFigures({}, 2.5, 12, false), "0||||||"},
     };
     for (const auto& c : cases) {
