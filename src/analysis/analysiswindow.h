@@ -11,7 +11,6 @@ class QAction;
 class QGroupBox;
 class QLabel;
 class QLineEdit;
-class QMenu;
 class QVBoxLayout;
 
 namespace kelp::platform {

@@ -6,8 +6,6 @@
 #include <numeric>
 #include <vector>
 
-#include "analysis/sarfigures.h"
-
 namespace kelp::analysis {
 namespace {
 
@@ -137,25 +135,6 @@ TEST(NoiseFigures, GaussianMatchesTheHistogramsScale) {
     HistogramResult h;
     h.columnCount = 3;
     EXPECT_TRUE(HistogramGaussian(h, 0, 2, 1, 0, 10).empty());
-}
-
-TEST(SarFigures, TextsOfTheWindow) {
-    const std::vector<int16_t> buffer{0, 0x7FF, 0x801, 0x801, 0x800};
-    const struct {
-        int count, minCode, maxCode;
-        const char* texts;
-    } cases[] = {
-        {4, 0x7FF, 0x801, "801|7FF|2|801|800|7FF|1|2|2"},
-        {0, 4096, 0, "||0||||0|0|0"},
-    };
-    for (const auto& c : cases) {
-        const SarFigures f = ComputeSarFigures({buffer, c.count, c.minCode, c.maxCode});
-        EXPECT_EQ(f.MaxCodeTextBox + "|" + f.MinCodeTextbox + "|" + f.CodeDistributionTextbox +
-                      "|" + f.MaxCodeHistogramTextbox + "|" + f.MidCodeHistogramTextbox + "|" +
-                      f.MinCodeHistogramTextbox + "|" + f.NumberMinCode + "|" + f.NumberMidCode +
-                      "|" + f.NumberMaxCode,
-                  c.texts);
-    }
 }
 
 }  // namespace

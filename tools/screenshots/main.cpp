@@ -76,8 +76,7 @@ bool shootSar(QApplication& app, const QString& folder) {
         QTimer::singleShot(300, analysis, [&] { save(analysis, folder, "sar-analysis.png"); });
         // The histogram with its Gaussian, as File > Export Chart as PNG writes it.
         QTimer::singleShot(350, analysis, [&] {
-            analysis->setFileChooser([&](QWidget*, const QString&, const QString&,
-                                         const QString&) {
+            analysis->setFileChooser([&](QWidget*, const QString&, const QString&, const QString&) {
                 return folder + "/sar-histogram.png";
             });
             analysis->exportChart(0, kelp::analysis::AnalysisWindow::ChartFormat::Png);
