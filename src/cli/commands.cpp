@@ -105,10 +105,15 @@ struct Failure {
     std::string message;
 };
 
-// What the user reads, in lines without the carriage returns the windows' texts carry.
-std::string plain(std::string text) {
-    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
-    return text;
+// The windows' line breaks for a terminal: CR LF and a lone CR each become LF, so that the
+// CR CR LF of a paragraph stays a blank line.
+std::string plain(const std::string& text) {
+    std::string out;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+        out += text[i] == '\r' ? '\n' : text[i];
+    }
+    return out;
 }
 
 struct Options {
