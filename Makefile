@@ -33,6 +33,7 @@ bench: build
 	$(BUILD)/bin/bench_statistics
 	$(BUILD)/bin/bench_charts
 	$(BUILD)/bin/bench_sd_run
+	$(BUILD)/bin/bench_cli
 	$(BUILD)/bin/bench_soak
 
 soak: build

@@ -2,7 +2,7 @@
 # Installs what KELP needs to build, test and run on a Debian machine.
 # Quiet and quick when everything is already there.
 set -euo pipefail
-packages=(cmake make g++ qt6-base-dev qt6-serialport-dev qt6-charts-dev libqt6opengl6-dev libgl-dev
+packages=(cmake make g++ qt6-base-dev qt6-serialport-dev qt6-charts-dev qt6-svg-dev libqt6opengl6-dev libgl-dev
           libgtest-dev qt6-qpa-plugins xvfb xauth fonts-dejavu-core clang libclang-rt-14-dev)
 missing=()
 for p in "${packages[@]}"; do

@@ -12,6 +12,9 @@
 #include <algorithm>
 #include <span>
 
+#include "analysis/noisefigures.h"
+#include "analysis/samplescsv.h"
+#include "analysis/sarfigures.h"
 #include "analysis/sarrunsettings.h"
 #include "analysis/statistics.h"
 #include "link/controlkit.h"
@@ -20,10 +23,6 @@
 #include "platform/chartpanel.h"
 
 namespace kelp::analysis {
-
-using link::DecimalText;
-using link::HexCode;
-using link::MiddleCode;
 
 struct SarAnalysisWindow::Ui {
     QGroupBox* ADC = nullptr;
@@ -133,18 +132,27 @@ QString text(const std::string& s) { return link::qs(s); }
 
 SarAnalysisWindow::SarAnalysisWindow(const std::string& model, QWidget* parent)
     : AnalysisWindow("SAR_KELP_Analysis", model, parent), ui_(std::make_unique<Ui>()) {
-
     auto* central = new QWidget(this);
     auto* root = new QVBoxLayout(central);
     root->addWidget(buildSettingsGroup());
 
+    // The extra figures sit under the fixed ones.
+    auto* figures = new QVBoxLayout();
+    figures->addWidget(buildResultsGroup());
+    noise_ = makeNoiseGroup("Noise Figures", "NoiseFigures", "", "", 1);
+    figures->addWidget(noise_.group);
+    figures->addStretch(1);
     auto* middle = new QHBoxLayout();
-    middle->addWidget(buildResultsGroup(), 0, Qt::AlignTop);
+    middle->addLayout(figures);
     middle->addWidget(buildHistogramPanel(), 1);
     root->addLayout(middle, 3);
     root->addWidget(buildGraphPanel(), 2);
 
-    finish(central, root, 1000, 700);
+    finish(central, root, 1000, 760);
+}
+
+std::string SarAnalysisWindow::samplesCsv() const {
+    return SarSamplesCsv(lastSettings_, lastData_);
 }
 
 QWidget* SarAnalysisWindow::buildSettingsGroup() {
@@ -164,6 +172,7 @@ QWidget* SarAnalysisWindow::buildSettingsGroup() {
             longFigure ? box->fontMetrics().horizontalAdvance("888.888888888888") + 12 : 80);
         ui_.get()->*f.label = label;
         ui_.get()->*f.box = box;
+        addFigure(f.caption, box);
         grid->addWidget(label, i / kPerRow, 2 * (i % kPerRow));
         grid->addWidget(box, i / kPerRow, 2 * (i % kPerRow) + 1);
         ++i;
@@ -185,6 +194,7 @@ QWidget* SarAnalysisWindow::buildResultsGroup() {
         box->setFixedWidth(100);
         ui_.get()->*f.label = label;
         ui_.get()->*f.box = box;
+        addFigure(f.caption, box);
         form->addRow(label, box);
     }
     return ui_->PrimaryADC;
@@ -227,6 +237,7 @@ QWidget* SarAnalysisWindow::buildHistogramPanel() {
     marks->addStretch(1);
     marks->addWidget(ui_->MaxCodeHistogramTextbox);
     layout->addLayout(marks);
+    addChart("Histogram", panel, ui_->Histogram);
     return panel;
 }
 
@@ -234,6 +245,7 @@ QWidget* SarAnalysisWindow::buildGraphPanel() {
     ui_->Graph = new platform::ChartPanel(
         {"Graph", "GraphMaxLabel", "GraphMidLabel", "GraphMinLabel"}, {"801H", "800H", "7FFH"});
     ui_->Graph->setMinimumHeight(160);
+    addChart("Strip Chart", ui_->Graph);
     return ui_->Graph;
 }
 
@@ -250,39 +262,45 @@ void SarAnalysisWindow::AnalyseData(const SarRunSettings& settings, const SarRun
     ui_->SampFreqTextbox->setText(text(settings.SampFreqTextbox));
     ui_->ConversionTimeTextbox->setText(text(settings.ConversionTimeTextbox));
 
+    // Kept for the export: the buffer and the settings may change with the next run.
+    lastSettings_ = settings;
+    lastBuffer_.assign(data.SampleBuffer.begin(), data.SampleBuffer.end());
+    lastData_ = data;
+    lastData_.SampleBuffer = lastBuffer_;
+
     // Histogram; the charts draw once, when the event loop next runs.
-    const int count = data.SampleCount;
-    const int minCode = data.MinCode;
-    const int maxCode = data.MaxCode;
-    const HistogramResult h =
-        BuildCodeHistogram(data.SampleBuffer, 1, count, minCode, maxCode, kSarExactLimit);
-    const bool noSamples = h.columnCount == 0;
+    const SarFigures f = ComputeSarFigures(data);
+    const HistogramResult& h = f.histogram;
     ui_->Histogram->setData(QVector<int>(h.histogram.counts.begin(), h.histogram.counts.end()));
     if (!h.binned) ui_->Histogram->setColumnCount(h.columnCount);
     const int columns = ui_->Histogram->columnCount();
     for (int i = 1; i <= columns; ++i) ui_->Histogram->setColumnColor(i, kBarColor);
     ui_->Histogram->setRowLabel(QString());
 
-    // Codes, spread and counts; a run without samples has no codes to show.
-    const QString minText = noSamples ? QString() : text(HexCode(minCode));
-    const QString maxText = noSamples ? QString() : text(HexCode(maxCode));
-    ui_->MaxCodeHistogramTextbox->setText(maxText);
-    ui_->MidCodeHistogramTextbox->setText(noSamples ? QString()
-                                                    : text(MiddleCode(minCode, maxCode)));
-    ui_->MinCodeHistogramTextbox->setText(minText);
-    ui_->MaxCodeTextBox->setText(maxText);
-    ui_->MinCodeTextbox->setText(minText);
-    ui_->CodeDistributionTextbox->setText(
-        text(DecimalText(noSamples ? 0 : CodeSpread(maxCode, minCode))));
-    ui_->NumberMinCode->setText(text(DecimalText(h.histogram.slot(1))));
-    ui_->NumberMidCode->setText(text(DecimalText(h.PeakCount)));
-    ui_->NumberMaxCode->setText(text(DecimalText(h.histogram.slot(columns))));
+    ui_->MaxCodeHistogramTextbox->setText(text(f.MaxCodeHistogramTextbox));
+    ui_->MidCodeHistogramTextbox->setText(text(f.MidCodeHistogramTextbox));
+    ui_->MinCodeHistogramTextbox->setText(text(f.MinCodeHistogramTextbox));
+    ui_->MaxCodeTextBox->setText(text(f.MaxCodeTextBox));
+    ui_->MinCodeTextbox->setText(text(f.MinCodeTextbox));
+    ui_->CodeDistributionTextbox->setText(text(f.CodeDistributionTextbox));
+    ui_->NumberMinCode->setText(text(f.NumberMinCode));
+    ui_->NumberMidCode->setText(text(f.NumberMidCode));
+    ui_->NumberMaxCode->setText(text(f.NumberMaxCode));
+
+    const NoiseFigures noise = SarNoiseFigures(settings, data);
+    showNoise(noise_, NoiseFigureTexts(noise), true);
+    QVector<QPointF> curve;
+    for (const auto& [x, y] : HistogramGaussian(h, data.MinCode, data.MaxCode, noise.meanCode,
+                                                noise.stdDevCodes, noise.sampleCount))
+        curve.append({x, y});
+    ui_->Histogram->setCurve(curve);
 
     // Every sample again, on the run window's scale.
     ui_->Graph->setUpperBound(settings.graphUpperBound);
     ui_->Graph->setLowerBound(settings.graphLowerBound);
     ui_->Graph->setLabels(settings.GraphMaxLabel, settings.GraphMidLabel, settings.GraphMinLabel);
     ui_->Graph->clear();
+    const int count = data.SampleCount;
     ui_->Graph->setExtent(std::max(count, 0));
     // Sample k sits at index k; a count beyond the buffer plots what exists.
     const int last = std::min(count, static_cast<int>(data.SampleBuffer.size()) - 1);

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "analysis/analysiswindow.h"
+#include "analysis/sarrunsettings.h"
 
 class QGroupBox;
 class QLabel;
@@ -16,9 +19,6 @@ class ChartPanel;
 }  // namespace kelp::platform
 
 namespace kelp::analysis {
-
-struct SarRunSettings;
-struct SarRunData;
 
 // SAR_KELP_Analysis: the noise analysis over the codes of the last SAR run. Created once,
 // shown by every run, hidden (never closed) by ReturnButton.
@@ -35,6 +35,9 @@ public:
 
     struct Ui;  // the window's controls, found by name from outside
 
+protected:
+    std::string samplesCsv() const override;
+
 private:
     QWidget* buildSettingsGroup();
     QWidget* buildResultsGroup();
@@ -42,6 +45,11 @@ private:
     QWidget* buildGraphPanel();
 
     std::unique_ptr<Ui> ui_;
+    NoiseBoxes noise_;
+    // The last run, kept for the samples export: its settings and its samples from index 1.
+    SarRunSettings lastSettings_;
+    std::vector<int16_t> lastBuffer_;
+    SarRunData lastData_;
 };
 
 }  // namespace kelp::analysis

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <span>
 
+#include "analysis/noisefigures.h"
+#include "analysis/samplescsv.h"
 #include "analysis/sdfigures.h"
 #include "link/controlkit.h"
 #include "platform/barchart.h"
@@ -214,6 +216,10 @@ struct Block {
     platform::ChartNames graphNames;
     platform::MarkTexts graphTexts;
     std::span<const int32_t> SdRunResults::*codes;
+    SdBlock block;
+    const char* noiseGroupName;
+    const char* noisePrefix;  // of the extra figures' box names
+    const char* graphTitle;   // of the strip chart, in menus
 };
 
 const Block kPrimary{
@@ -230,6 +236,10 @@ const Block kPrimary{
     {"Graph", "GraphMaxLabel", "GraphMidLabel", "GraphMinLabel"},
     {"800100H", "800000H", "7FFE00H"},
     &SdRunResults::PrimaryCodeBuffer,
+    SdBlock::Primary,
+    "PrimaryNoiseFigures",
+    "",
+    "Primary ADC Strip Chart",
 };
 
 const Block kAux{
@@ -247,6 +257,10 @@ const Block kAux{
     {"AuxGraph", "AuxGraphMaxLabel", "AuxGraphMidLabel", "AuxGraphMinLabel"},
     {"800100H", "800000H", "7FFE00H"},
     &SdRunResults::AuxCodeBuffer,
+    SdBlock::Aux,
+    "AuxNoiseFigures",
+    "Aux",
+    "Auxiliary ADC Strip Chart",
 };
 
 // Design texts of the histogram marks, lowest code first.
@@ -348,6 +362,15 @@ QWidget* buildBlockFrame(Ui& ui, const Block& block) {
     return frame;
 }
 
+QVector<QPointF> gaussianCurve(const HistogramResult& h, int32_t minCode, int32_t maxCode,
+                               const NoiseFigures& noise) {
+    QVector<QPointF> curve;
+    for (const auto& [x, y] : HistogramGaussian(h, minCode, maxCode, noise.meanCode,
+                                                noise.stdDevCodes, noise.sampleCount))
+        curve.append({x, y});
+    return curve;
+}
+
 QWidget* buildHistogramPanel(Ui& ui, const Block& block) {
     auto* panel = new QWidget();
     auto* layout = new QVBoxLayout(panel);
@@ -425,7 +448,6 @@ void showBlock(Ui& ui, const Block& block, const BlockFigures& figures,
 
 SdAnalysisWindow::SdAnalysisWindow(const std::string& model, QWidget* parent)
     : AnalysisWindow("SD_KELP_Analysis", model, parent), ui_(std::make_unique<Ui>()) {
-
     auto* central = new QWidget(this);
     auto* root = new QVBoxLayout(central);
     root->addWidget(buildSummary());
@@ -434,19 +456,34 @@ SdAnalysisWindow::SdAnalysisWindow(const std::string& model, QWidget* parent)
     auto* blocks = new QGridLayout();
     int column = 0;
     for (const Block* block : {&kPrimary, &kAux}) {
+        const QString title = QString::fromLatin1(block->title);
         blocks->addWidget(buildBlockFrame(*ui_, *block), 0, column);
-        blocks->addWidget(buildHistogramPanel(*ui_, *block), 1, column);
+        QWidget* histogram = buildHistogramPanel(*ui_, *block);
+        blocks->addWidget(histogram, 1, column);
         auto* graph = new platform::ChartPanel(block->graphNames, block->graphTexts);
         ui_.get()->*block->graph = graph;
         blocks->addWidget(graph, 2, column);
-        blocks->setColumnStretch(column++, 1);
+        blocks->setColumnStretch(column, 1);
+        addChart(block->histogramTitle, histogram, ui_.get()->*block->histogram);
+        addChart(block->graphTitle, graph);
+        for (const BlockField& f : kBlockFields) {
+            const Side& side = f.*block->side;
+            addFigure(title + " " + side.caption, ui_.get()->*side.box);
+        }
+        // The extra figures of the block, under its charts.
+        NoiseBoxes& noise = block == &kPrimary ? primaryNoise_ : auxNoise_;
+        noise = makeNoiseGroup(title + " Noise Figures", block->noiseGroupName, block->noisePrefix,
+                               title + " ", 2);
+        blocks->addWidget(noise.group, 3, column++);
     }
     blocks->setRowStretch(1, 3);
     blocks->setRowStretch(2, 2);
     root->addLayout(blocks, 1);
 
-    finish(central, root, 1000, 720);
+    finish(central, root, 1000, 900);
 }
+
+std::string SdAnalysisWindow::samplesCsv() const { return SdSamplesCsv(last_); }
 
 QWidget* SdAnalysisWindow::buildSummary() {
     auto* row = new QWidget();
@@ -464,6 +501,7 @@ QWidget* SdAnalysisWindow::buildSummary() {
         box->setMinimumWidth(textWidth(box, f.box == &Ui::Text6 ? kLongRate : "8888"));
         ui_.get()->*f.label = label;
         ui_.get()->*f.box = box;
+        addFigure(f.caption, box);
         rate->addWidget(label, 0, column);
         rate->addWidget(box, 1, column++);
     }
@@ -481,6 +519,7 @@ QWidget* SdAnalysisWindow::buildSummary() {
         box->setMinimumWidth(textWidth(box, "Code FFFF at pin12"));
         ui_.get()->*f.label = label;
         ui_.get()->*f.box = box;
+        addFigure(f.caption, box);
         peripherals->addWidget(label, 0, column);
         peripherals->addWidget(box, 0, column + 1);
         peripherals->setColumnStretch(column + 1, 1);
@@ -494,6 +533,15 @@ SdAnalysisWindow::~SdAnalysisWindow() = default;
 
 void SdAnalysisWindow::AnalyseData(const SdAnalysisInput& input) {
     const SdFigures figures = ComputeSdFigures(input);
+    // Kept for the export: the buffers and the settings may change with the next run.
+    last_ = input;
+    const SdRunResults& r = input.results;
+    lastPrimary_.assign(r.PrimaryCodeBuffer.begin(), r.PrimaryCodeBuffer.end());
+    lastRaw_.assign(r.PrimaryRawBuffer.begin(), r.PrimaryRawBuffer.end());
+    lastAux_.assign(r.AuxCodeBuffer.begin(), r.AuxCodeBuffer.end());
+    last_.results.PrimaryCodeBuffer = lastPrimary_;
+    last_.results.PrimaryRawBuffer = lastRaw_;
+    last_.results.AuxCodeBuffer = lastAux_;
 
     ui_->Text5->setText(text(figures.Text5));
     ui_->Text6->setText(text(figures.Text6));
@@ -510,6 +558,22 @@ void SdAnalysisWindow::AnalyseData(const SdAnalysisInput& input) {
     apply(ui_->limitation, figures.limitation);
 
     showBlock(*ui_, kAux, figures.aux, input);
+
+    const struct {
+        const Block& block;
+        const BlockFigures& figures;
+        const NoiseBoxes& boxes;
+        int32_t minCode, maxCode;
+    } extras[] = {
+        {kPrimary, figures.primary, primaryNoise_, r.PrimaryMinCode, r.PrimaryMaxCode},
+        {kAux, figures.aux, auxNoise_, r.AuxMinCode, r.AuxMaxCode},
+    };
+    for (const auto& e : extras) {
+        const NoiseFigures noise = SdNoiseFigures(input, e.block.block);
+        showNoise(e.boxes, NoiseFigureTexts(noise), e.figures.enabled);
+        (ui_.get()->*e.block.histogram)
+            ->setCurve(gaussianCurve(e.figures.histogram, e.minCode, e.maxCode, noise));
+    }
 }
 
 }  // namespace kelp::analysis

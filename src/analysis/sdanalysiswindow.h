@@ -1,13 +1,14 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "analysis/analysiswindow.h"
+#include "analysis/sdfigures.h"
 
 namespace kelp::analysis {
-
-struct SdAnalysisInput;
 
 // SD_KELP_Analysis: the noise analysis of both converters of the last sigma-delta run.
 // Created once, shown by every run, hidden (never closed) by ReturnButton.
@@ -24,10 +25,18 @@ public:
 
     struct Ui;  // the window's controls, found by name from outside
 
+protected:
+    std::string samplesCsv() const override;
+
 private:
     QWidget* buildSummary();
 
     std::unique_ptr<Ui> ui_;
+    NoiseBoxes primaryNoise_;
+    NoiseBoxes auxNoise_;
+    // The last run, kept for the samples export, over buffers of its own.
+    SdAnalysisInput last_;
+    std::vector<int32_t> lastPrimary_, lastRaw_, lastAux_;
 };
 
 }  // namespace kelp::analysis

@@ -71,11 +71,9 @@ void primaryBlock(const SdAnalysisInput& in, SdFigures& out) {
     const int N = r.SampleCount;
     if (!fillCodes(b, r.PrimaryCodeBuffer, N, r.PrimaryMinCode, r.PrimaryMaxCode, s.Graph)) return;
 
-    // FS = V x 2^k / 125, twice that when bipolar (PrimaryMode 0).
-    const double range = referenceVolts(s.PrimaryReference, s.VrefTextbox) *
-                         std::pow(2.0, std::clamp(s.PrimaryInputRange, 0, 7)) / 125;
-    const double fullScale = s.PrimaryMode <= 0 ? 2 * range : range;
-    const int B = SdModelWidths(in.ModelName).B;
+    const SdBlockScale scale = SdScaleOf(in, SdBlock::Primary);
+    const double fullScale = scale.fullScale;
+    const int B = scale.codeBits;
     const int64_t spread = CodeSpread(r.PrimaryMaxCode, r.PrimaryMinCode);
     const double ppVolts = CodesToVolts(static_cast<double>(spread), fullScale, B);
     const double rmsVolts =
@@ -102,9 +100,9 @@ void auxBlock(const SdAnalysisInput& in, BlockFigures& b) {
     const int N = r.SampleCount;
     if (!fillCodes(b, r.AuxCodeBuffer, N, r.AuxMinCode, r.AuxMaxCode, s.AuxGraph)) return;
 
-    const double va = referenceVolts(s.AuxReference, s.VrefTextbox);
-    const double fullScale = s.AuxMode <= 0 ? 2 * va : va;
-    const int A = SdModelWidths(in.ModelName).A;
+    const SdBlockScale scale = SdScaleOf(in, SdBlock::Aux);
+    const double fullScale = scale.fullScale;
+    const int A = scale.codeBits;
     const int64_t spread = CodeSpread(r.AuxMaxCode, r.AuxMinCode);
     const double ppVolts = CodesToVolts(static_cast<double>(spread), fullScale, A);
     const double rmsVolts = CodesToVolts(MeanAndRmsCodes(r.AuxCodeBuffer, 0, N).rms, fullScale, A);
@@ -125,6 +123,21 @@ SdWidths SdModelWidths(std::string_view model) {
     for (const ModelWidths& w : kWidths)
         if (w.model == model) return w.widths;
     return {};
+}
+
+SdBlockScale SdScaleOf(const SdAnalysisInput& in, SdBlock block) {
+    const SdRunSettings& s = in.settings;
+    const SdWidths widths = SdModelWidths(in.ModelName);
+    if (block == SdBlock::Primary) {
+        // FS = V x 2^k / 125, twice that when bipolar (PrimaryMode 0).
+        const double range = referenceVolts(s.PrimaryReference, s.VrefTextbox) *
+                             std::pow(2.0, std::clamp(s.PrimaryInputRange, 0, 7)) / 125;
+        const bool bipolar = s.PrimaryMode <= 0;
+        return {bipolar ? 2 * range : range, widths.B, bipolar};
+    }
+    const double va = referenceVolts(s.AuxReference, s.VrefTextbox);
+    const bool bipolar = s.AuxMode <= 0;
+    return {bipolar ? 2 * va : va, widths.A, bipolar};
 }
 
 SdFigures ComputeSdFigures(const SdAnalysisInput& in) {

@@ -118,4 +118,17 @@ struct SdFigures {
 // figures, empty code boxes and marks, an empty histogram and no star: nothing was measured.
 SdFigures ComputeSdFigures(const SdAnalysisInput& in);
 
+enum class SdBlock { Primary, Aux };
+
+// How one block's codes weigh, as the analysis reads the run window's settings: full scale in
+// volts (0 when the reference text holds no number), the bits a code of PrimaryCodeBuffer or
+// AuxCodeBuffer is referred to (B or A of the model), and bipolar input (codes centred on
+// half of 2^codeBits).
+struct SdBlockScale {
+    double fullScale = 0;
+    int codeBits = 24;
+    bool bipolar = false;
+};
+SdBlockScale SdScaleOf(const SdAnalysisInput& in, SdBlock block);
+
 }  // namespace kelp::analysis

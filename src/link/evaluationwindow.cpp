@@ -25,30 +25,6 @@ EvaluationWindow::EvaluationWindow(platform::MessageSink& messages, platform::Se
 
 EvaluationWindow::~EvaluationWindow() = default;
 
-std::string EvaluationWindow::RunOutcomeText(const RunResult& result, const std::string& device) {
-    const std::string samples = std::to_string(result.samples);
-    switch (result.outcome) {
-        case RunOutcome::PortBusy:
-            return PortOpenMessage(result.openError, device);
-        case RunOutcome::TooManySamples:
-            return "A run takes at most 2000 samples.\r\nEnter a smaller number in Num of "
-                   "Samples, then press Run again.";
-        case RunOutcome::TargetSilent:
-            return "The target stopped answering after " + samples +
-                   " samples.\r\nCheck that the board is powered and connected, then press Run "
-                   "again.";
-        case RunOutcome::PortFailed:
-            return "The serial port " + device + " stopped working after " + samples +
-                   " samples; they are kept for the analysis.\r\nCheck the cable and the "
-                   "board, or choose the port again in the Port menu, then press Run again.";
-        case RunOutcome::Completed:
-        case RunOutcome::Stopped:
-        case RunOutcome::Aborted:
-            break;
-    }
-    return {};
-}
-
 void EvaluationWindow::makeFileMenu() {
     QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
     file->setObjectName(QStringLiteral("File"));
@@ -160,7 +136,7 @@ void EvaluationWindow::RunButton_Click() {
     running_ = true;
     const RunResult result = run();
     if (outer) running_ = false;
-    const std::string text = RunOutcomeText(result, port_.portName());
+    const std::string text = link::RunOutcomeText(result, port_.portName());
     if (!text.empty() && !exitRequested_) messages_.warning(text, "Warning");
 }
 

@@ -43,9 +43,6 @@ public:
     void StopButton_Click();
     virtual void NumSamples_LostFocus() = 0;
 
-    // What the user reads after a run that ended early, or empty.
-    static std::string RunOutcomeText(const RunResult& result, const std::string& device);
-
     // The Port menu lists what `list` gives each time it opens, so that an adapter that came
     // back under another name can be chosen without starting again.
     void offerPorts(PortLister list);

@@ -69,8 +69,7 @@ using P = RegisterPanel;
 using B = RegisterPanel::Boxes;
 
 const BoxRow kBoxes[] = {
-    {&B::PWMCONSFR, "PWMCONSFR", "PWMCON", "Label27", kPwm, "00",
-     &P::PWMCONSFR_Change},
+    {&B::PWMCONSFR, "PWMCONSFR", "PWMCON", "Label27", kPwm, "00", &P::PWMCONSFR_Change},
     {&B::PWM0HSFR, "PWM0HSFR", "PWM0H", "Label29", kPwm, "00", &P::PWM0HSFR_Change},
     {&B::PWM0LSFR, "PWM0LSFR", "PWM0L", "Label30", kPwm, "00", &P::PWM0LSFR_Change},
     {&B::PWM1HSFR, "PWM1HSFR", "PWM1H", "Label31", kPwm, "00", &P::PWM1HSFR_Change},
@@ -84,8 +83,7 @@ const BoxRow kBoxes[] = {
     {&B::TMODSFR, "TMODSFR", "TMOD", nullptr, kTimers, "00", &P::TMODSFR_Change},
     {&B::T0SFR, "T0SFR", "TH0/TL0", nullptr, kTimers, "0000", &P::T0SFR_Change},
     {&B::T1SFR, "T1SFR", "TH1/TL1", nullptr, kTimers, "0000", &P::T1SFR_Change},
-    {&B::TIMECONSFR, "TIMECONSFR", "TIMECON", nullptr, kTimers, "00",
-     &P::TIMECONSFR_Change},
+    {&B::TIMECONSFR, "TIMECONSFR", "TIMECON", nullptr, kTimers, "00", &P::TIMECONSFR_Change},
     {&B::SCONSFR, "SCONSFR", "SCON", nullptr, kUart, nullptr, nullptr},
     {&B::T2CONSFR, "T2CONSFR", "T2CON", nullptr, kUart, nullptr, nullptr},
     {&B::RCAP2HSFR, "RCAP2HSFR", "RCAP2H", nullptr, kUart, nullptr, nullptr},
@@ -211,24 +209,9 @@ QGroupBox* RegisterPanel::groupFrame(std::string_view name) const {
 }
 
 RegisterTexts RegisterPanel::texts() const {
-    const auto t = [](const QLineEdit* b) { return b->text().toStdString(); };
-    const Boxes& b = *boxes_;
     RegisterTexts r;
-    r.TCON = t(b.TCONSFR);
-    r.TMOD = t(b.TMODSFR);
-    r.T0 = t(b.T0SFR);
-    r.T1 = t(b.T1SFR);
-    r.TIMECON = t(b.TIMECONSFR);
-    r.PWMCON = t(b.PWMCONSFR);
-    r.PWM0H = t(b.PWM0HSFR);
-    r.PWM0L = t(b.PWM0LSFR);
-    r.PWM1H = t(b.PWM1HSFR);
-    r.PWM1L = t(b.PWM1LSFR);
-    r.P0 = t(b.P0SFR);
-    r.P1_0 = t(b.P1_0SFR);
-    r.P1_1 = t(b.P1_1SFR);
-    r.P2 = t(b.P2SFR);
-    r.P3 = t(b.P3SFR);
+    for (const SentRegisterBox& b : SentRegisterBoxes())
+        r.*b.field = box(b.name)->text().toStdString();
     return r;
 }
 

@@ -1,5 +1,7 @@
 #include "link/registerrules.h"
 
+#include <array>
+
 #include "link/hexreading.h"
 
 namespace kelp::link {
@@ -43,6 +45,37 @@ uint16_t registerWord(std::string_view text) {
 std::string WordBytes(std::string_view text) {
     const uint16_t v = registerWord(Verify16bitSFR(text));
     return {static_cast<char>(v / 256), static_cast<char>(v % 256)};
+}
+
+namespace {
+
+using T = RegisterTexts;
+const std::array kSentBoxes = {
+    SentRegisterBox{"TCONSFR", Verify8bitSFR, &T::TCON},
+    SentRegisterBox{"TMODSFR", Verify8bitSFR, &T::TMOD},
+    SentRegisterBox{"T0SFR", Verify16bitSFR, &T::T0},
+    SentRegisterBox{"T1SFR", Verify16bitSFR, &T::T1},
+    SentRegisterBox{"TIMECONSFR", Verify8bitSFR, &T::TIMECON},
+    SentRegisterBox{"PWMCONSFR", Verify8bitSFR, &T::PWMCON},
+    SentRegisterBox{"PWM0HSFR", Verify8bitSFR, &T::PWM0H},
+    SentRegisterBox{"PWM0LSFR", Verify8bitSFR, &T::PWM0L},
+    SentRegisterBox{"PWM1HSFR", Verify8bitSFR, &T::PWM1H},
+    SentRegisterBox{"PWM1LSFR", Verify8bitSFR, &T::PWM1L},
+    SentRegisterBox{"P0SFR", Verify8bitSFR, &T::P0},
+    SentRegisterBox{"P1_0SFR", Verify1bitSFR, &T::P1_0},
+    SentRegisterBox{"P1_1SFR", Verify1bitSFR, &T::P1_1},
+    SentRegisterBox{"P2SFR", Verify8bitSFR, &T::P2},
+    SentRegisterBox{"P3SFR", Verify8bitSFR, &T::P3},
+};
+
+}  // namespace
+
+std::span<const SentRegisterBox> SentRegisterBoxes() { return kSentBoxes; }
+
+const SentRegisterBox* FindSentRegisterBox(std::string_view name) {
+    for (const SentRegisterBox& b : kSentBoxes)
+        if (b.name == name) return &b;
+    return nullptr;
 }
 
 std::string RegisterBlock(const RegisterTexts& r) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -40,6 +41,17 @@ struct RegisterTexts {
     std::string P2 = "FF";
     std::string P3 = "FF";
 };
+
+// The boxes a configuration message carries, by the name the windows give them ("T0SFR"),
+// with the rule each box's edit applies and the field its text goes to.
+struct SentRegisterBox {
+    std::string_view name;
+    std::string (*rule)(std::string_view);  // Verify16bitSFR, Verify8bitSFR or Verify1bitSFR
+    std::string RegisterTexts::*field;
+};
+std::span<const SentRegisterBox> SentRegisterBoxes();
+// nullptr for a name that is not a sent box (the UART boxes included).
+const SentRegisterBox* FindSentRegisterBox(std::string_view name);
 
 // The register bytes both families send after their converter bytes: TCON, TMOD, TH0, TL0,
 // TH1, TL1, TIMECON, the five PWM registers, P0, P1.0, P1.1, P2, and P3 with its two low bits

@@ -1,5 +1,6 @@
 #include "link/targetport.h"
 
+#include "link/runstate.h"
 #include "platform/serialport.h"
 
 namespace kelp::link {
@@ -42,6 +43,30 @@ std::string PortLostCause(const std::string& device) {
     return "The serial port " + device +
            " stopped working: check the cable and the board, or choose the port again, then try "
            "again.";
+}
+
+std::string RunOutcomeText(const RunResult& result, const std::string& device) {
+    const std::string samples = std::to_string(result.samples);
+    switch (result.outcome) {
+        case RunOutcome::PortBusy:
+            return PortOpenMessage(result.openError, device);
+        case RunOutcome::TooManySamples:
+            return "A run takes at most 2000 samples.\r\nEnter a smaller number in Num of "
+                   "Samples, then press Run again.";
+        case RunOutcome::TargetSilent:
+            return "The target stopped answering after " + samples +
+                   " samples.\r\nCheck that the board is powered and connected, then press Run "
+                   "again.";
+        case RunOutcome::PortFailed:
+            return "The serial port " + device + " stopped working after " + samples +
+                   " samples; they are kept for the analysis.\r\nCheck the cable and the "
+                   "board, or choose the port again in the Port menu, then press Run again.";
+        case RunOutcome::Completed:
+        case RunOutcome::Stopped:
+        case RunOutcome::Aborted:
+            break;
+    }
+    return {};
 }
 
 }  // namespace kelp::link

@@ -10,6 +10,8 @@ enum class OpenError;
 
 namespace kelp::link {
 
+struct RunResult;
+
 // What every window says when the shared port cannot be opened.
 inline constexpr std::string_view kPortBusyText = "Com Port Already Open by another host";
 
@@ -27,5 +29,8 @@ std::string PortOpenCause(platform::OpenError error, const std::string& device);
 std::string PortOpenMessage(platform::OpenError error, const std::string& device);
 // A port that stopped working while in use: the adapter was pulled or the device vanished.
 std::string PortLostCause(const std::string& device);
+
+// What the user reads after a run that ended early, or empty; `device` is the port used.
+std::string RunOutcomeText(const RunResult& result, const std::string& device);
 
 }  // namespace kelp::link

@@ -4,6 +4,7 @@
 #include <QChart>
 #include <QChartView>
 #include <QGraphicsPathItem>
+#include <QLineSeries>
 #include <QPainterPath>
 #include <QPen>
 #include <QStackedBarSeries>
@@ -11,6 +12,7 @@
 #include <QVBoxLayout>
 #include <QValueAxis>
 #include <algorithm>
+#include <cmath>
 
 namespace kelp::platform {
 
@@ -39,6 +41,11 @@ BarChart::BarChart(QWidget* parent) : QWidget(parent) {
     chart_->addAxis(yAxis_, Qt::AlignLeft);
     series_->attachAxis(xAxis_);
     series_->attachAxis(yAxis_);
+    curve_ = new QLineSeries(chart_);
+    curve_->setPen(QPen(QColor(0, 0, 160), 2));
+    chart_->addSeries(curve_);
+    curve_->attachAxis(xAxis_);
+    curve_->attachAxis(yAxis_);
     columnMarks_ = new QGraphicsPathItem(chart_);
     columnMarks_->setPen(QPen(xAxis_->linePenColor(), 0));
     connect(chart_, &QChart::plotAreaChanged, this, &BarChart::placeColumnMarks);
@@ -86,6 +93,17 @@ int BarChart::value(int column) const {
     return values_[column - 1];
 }
 
+void BarChart::setCurve(const QVector<QPointF>& points) {
+    curvePoints_ = points;
+    scheduleRebuild();
+}
+
+void BarChart::setCurveVisible(bool visible) {
+    if (curveVisible_ == visible) return;
+    curveVisible_ = visible;
+    scheduleRebuild();
+}
+
 void BarChart::scheduleRebuild() {
     if (pending_) return;
     pending_ = true;
@@ -120,6 +138,15 @@ void BarChart::rebuild() {
     }
     series_->clear();
     series_->append(sets);
+    // Column i stands at i - 1; the curve's top counts for the scale only while it shows.
+    QList<QPointF> shifted;
+    const bool showCurve = curveVisible_ && columns_ > 0;
+    for (const QPointF& p : curvePoints_) {
+        shifted.append({p.x() - 1, p.y()});
+        if (showCurve) top = std::max(top, static_cast<int>(std::ceil(p.y())));
+    }
+    curve_->replace(shifted);
+    curve_->setVisible(showCurve);
     xAxis_->setRange(-0.5, std::max(columns_, 1) - 0.5);
     xAxis_->setTitleText(rowLabel_);
     xAxis_->setTitleVisible(!rowLabel_.isEmpty());

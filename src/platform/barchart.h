@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QPointF>
 #include <QString>
 #include <QVector>
 #include <QWidget>
@@ -8,6 +9,7 @@
 class QChart;
 class QChartView;
 class QGraphicsPathItem;
+class QLineSeries;
 class QStackedBarSeries;
 class QValueAxis;
 
@@ -36,6 +38,13 @@ public:
     QColor columnColor(int column) const;
     int value(int column) const;
 
+    // A curve over the columns, in their units: x is a column number (from 1; positions
+    // between columns allowed), y a count. Drawn over the bars while visible.
+    void setCurve(const QVector<QPointF>& points);
+    QVector<QPointF> curve() const { return curvePoints_; }
+    void setCurveVisible(bool visible);
+    bool curveVisible() const { return curveVisible_; }
+
     // Draws pending changes now.
     void flush();
     // How many times the chart has been rebuilt since it was made.
@@ -52,6 +61,9 @@ private:
     QValueAxis* xAxis_;
     QValueAxis* yAxis_;
     QGraphicsPathItem* columnMarks_;
+    QLineSeries* curve_;
+    QVector<QPointF> curvePoints_;
+    bool curveVisible_ = true;
     QVector<int> values_;
     QVector<QColor> colors_;
     int columns_ = 0;

@@ -17,6 +17,18 @@ std::span<const std::string_view> NumSamplesEntries();
 
 inline constexpr std::string_view kDesignMasterClock = "11.0592";
 inline constexpr std::string_view kDesignRcap2l = "FA";
+inline constexpr std::string_view kDesignVref = "2.5";
+inline constexpr std::string_view kDesignDacData = "0";
+
+// What every load chooses before the model's own set-up; positions count from 0. Both DACs
+// start off on "0-Vref".
+struct LoadDefaults {
+    bool adcOn;
+    int channel, reference, convTime, acqTime;
+    int numSamples;  // position in NumSamplesEntries()
+};
+inline constexpr LoadDefaults kLoadDefaults{
+    .adcOn = true, .channel = 0, .reference = 0, .convTime = 2, .acqTime = 0, .numSamples = 2};
 
 // Groups of controls that a model lacks; they stay disabled for the life of the window.
 enum DisabledGroup : unsigned {

@@ -31,7 +31,6 @@ namespace {
 
 // 1 height unit = 1 pixel; collapsed, only the caption shows.
 constexpr link::FrameHeights kDigitalFrameHeights{35, 417.753, 31};
-constexpr int kNumSamplesDefault = 2;  // "4000"
 constexpr int kSettingsColumnWidth = 430;
 constexpr const char* kFirmwareLinkSettings = "57600,N,8,1";
 
@@ -171,7 +170,7 @@ void SarWindow::buildAdcFrame() {
     u.ADCRef = make<QComboBox>(u.ADC, "ADCRef");
     u.ADCRef->addItems(entries(ReferenceEntries()));
     u.VrefTextbox = make<QLineEdit>(u.ADC, "VrefTextbox");
-    u.VrefTextbox->setText(QStringLiteral("2.5"));
+    u.VrefTextbox->setText(qs(kDesignVref));
     u.MasterClockTextbox = make<QLineEdit>(u.ADC, "MasterClockTextbox");
     u.MasterClockTextbox->setText(qs(kDesignMasterClock));
     u.ConvTime = make<QComboBox>(u.ADC, "ConvTime");
@@ -222,9 +221,9 @@ void SarWindow::buildDacFrame() {
     u.DAC1Range = make<QComboBox>(u.DAC, "DAC1Range");
     u.DAC1Range->addItems(entries(DacRangeEntries()));
     u.DAC0Data = make<QLineEdit>(u.DAC, "DAC0Data");
-    u.DAC0Data->setText(QStringLiteral("0"));
+    u.DAC0Data->setText(qs(kDesignDacData));
     u.DAC1Data = make<QLineEdit>(u.DAC, "DAC1Data");
-    u.DAC1Data->setText(QStringLiteral("0"));
+    u.DAC1Data->setText(qs(kDesignDacData));
     auto* text1 = make<QLineEdit>(u.DAC, "Text1");
     auto* text2 = make<QLineEdit>(u.DAC, "Text2");
     for (QLineEdit* resolution : {text1, text2}) {
@@ -311,11 +310,12 @@ void SarWindow::load(const std::string& model) {
     setWindowTitle(QStringLiteral("KELP - ") + qs(model));
     u.link.applySettings(kFirmwareLinkSettings);
 
-    u.ADCButton->setChecked(true);
-    selectEntry(u.ADCChan, 0);
-    selectEntry(u.ADCRef, 0);
-    selectEntry(u.ConvTime, 2);
-    selectEntry(u.AcqTime, 0);
+    const LoadDefaults& d = kLoadDefaults;
+    u.ADCButton->setChecked(d.adcOn);
+    selectEntry(u.ADCChan, d.channel);
+    selectEntry(u.ADCRef, d.reference);
+    selectEntry(u.ConvTime, d.convTime);
+    selectEntry(u.AcqTime, d.acqTime);
 
     if (const ModelSetup* setup = FindModelSetup(model)) applyModelSetup(*setup);
 
@@ -328,7 +328,7 @@ void SarWindow::load(const std::string& model) {
     u.DAC0Data->setEnabled(false);
     u.DAC1Data->setEnabled(false);
 
-    u.NumSamples->setCurrentIndex(kNumSamplesDefault);
+    u.NumSamples->setCurrentIndex(kLoadDefaults.numSamples);
     u.DigitalFrame->setFrameHeight(kDigitalFrameHeights.collapsed);
     UpdateADCFrame();
 }

@@ -19,8 +19,8 @@
 #include <optional>
 
 #include "link/link.h"
-#include "link/targetport.h"
 #include "loader/download.h"
+#include "loader/downloadtexts.h"
 #include "platform/messages.h"
 #include "platform/qtprogress.h"
 #include "platform/serialport.h"
@@ -50,15 +50,7 @@ W* named(W* widget, const char* name, const QString& accessible) {
 
 }  // namespace
 
-const char* const MainWindow::kResetFailure =
-    "Error: Could not RESET the device\r\r\n"
-    "Please ensure that...\r\r\n"
-    "1. The power supply is connected\r\n"
-    "2. All connections are correct\r\n"
-    "3. A program is not already running\r\n"
-    "4. The correct value for the crystal is selected\r\n"
-    "5. PSEN is inserted\r\r\n"
-    "See downloading instructions under 'Help-->Index'";
+const char* const MainWindow::kResetFailure = loader::kResetFailure;
 
 struct MainWindow::Ui {
     QLabel* Label8 = nullptr;
@@ -271,47 +263,9 @@ void MainWindow::DownloadButton_Click() {
 }
 
 void MainWindow::reportDownload(const loader::DownloadResult& result) {
-    using loader::DownloadStep;
-    const std::string port = link_.port().portName();
-    // A port that went away explains the step's failure: both in one message.
-    const auto fail = [&](const std::string& text) {
-        showFailure(result.portLost ? text + "\r\n" + link::PortLostCause(port) : text);
-    };
-    switch (result.reached) {
-        case DownloadStep::OpenPort:
-            showFailure(link::PortOpenMessage(result.openError, port));
-            break;
-        case DownloadStep::Reset:
-            fail(kResetFailure);
-            break;
-        case DownloadStep::Erase:
-            fail("Error: Could not ERASE code.");
-            break;
-        case DownloadStep::CheckImage:
-            if (result.unknownModel)
-                showFailure("The board answered as " + state_.loader.ModelName +
-                            ", a model KELP has no firmware for.\r\nCheck the board and its "
-                            "crystal setting, then press Download again.");
-            for (const auto& m : result.checkMessages) showFailure(m.text, m.title);
-            fail("Error Invalid Hex File.");
-            break;
-        case DownloadStep::Transfer:
-            // The chip never saw that record: the image is at fault, not the line.
-            if (result.longRecordLine > 0)
-                fail("Error: Could not DOWNLOAD Code.\r\nLine " +
-                     std::to_string(result.longRecordLine) +
-                     " of the image holds more than 251 data bytes, more than one loader record "
-                     "carries. Split it into shorter records, then press Download again.");
-            else
-                fail("Error: Could not DOWNLOAD Code.");
-            break;
-        case DownloadStep::Run:
-            fail("Error: Could not RUN Code.");
-            break;
-        case DownloadStep::Done:
-            if (result.portLost) showFailure(link::PortLostCause(port));
-            break;
-    }
+    for (const loader::DownloadMessage& m :
+         loader::DownloadMessages(result, link_.port().portName(), state_.loader.ModelName))
+        showFailure(m.text, m.title);
 }
 
 void MainWindow::NextButton_Click() {

@@ -72,9 +72,16 @@ bool shootSar(QApplication& app, const QString& folder) {
     QTimer::singleShot(1800, sar, [&] { save(sar, folder, "sar-run.png"); });
     child<QPushButton>(sar, "RunButton")->click();
     if (auto* analysis = kelp.sarAnalysis()) {
-        analysis->resize(1000, 700);
+        analysis->resize(1000, 760);
         QTimer::singleShot(300, analysis, [&] { save(analysis, folder, "sar-analysis.png"); });
-        QTimer::singleShot(400, &app, &QApplication::quit);
+        // The histogram with its Gaussian, as File > Export Chart as PNG writes it.
+        QTimer::singleShot(350, analysis, [&] {
+            analysis->setFileChooser([&](QWidget*, const QString&, const QString&, const QString&) {
+                return folder + "/sar-histogram.png";
+            });
+            analysis->exportChart(0, kelp::analysis::AnalysisWindow::ChartFormat::Png);
+        });
+        QTimer::singleShot(450, &app, &QApplication::quit);
         app.exec();
     }
     for (const auto& m : messages.messages) std::fprintf(stderr, "message: %s\n", m.text.c_str());
@@ -106,7 +113,7 @@ bool shootSigmaDelta(QApplication& app, const QString& folder) {
     QTimer::singleShot(2500, sd, [&] { save(sd, folder, "sd-two-charts.png"); });
     child<QPushButton>(sd, "RunButton")->click();
     if (auto* analysis = kelp.sdAnalysis()) {
-        analysis->resize(1000, 760);
+        analysis->resize(1000, 900);
         QTimer::singleShot(300, analysis, [&] { save(analysis, folder, "sd-analysis.png"); });
         QTimer::singleShot(400, &app, &QApplication::quit);
         app.exec();
