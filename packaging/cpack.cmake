@@ -6,10 +6,11 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "KELP maintainers <kelp-maintainers@example.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "evaluation program for converter microcontrollers")
 set(CPACK_PACKAGE_DESCRIPTION
-    "KELP downloads the measurement firmware into a Vantor 8051-core microcontroller over its\n\
-serial loader, sets up its converters, DACs and peripheral registers, runs acquisitions\n\
-with strip charts and analyses the noise of the captured codes. A virtual evaluation\n\
-board (kelp-board) is included.")
+    "KELP downloads the measurement firmware into a Vantor 8051-core\n\
+microcontroller over its serial loader, sets up its converters, DACs and\n\
+peripheral registers, runs acquisitions with strip charts and analyses the\n\
+noise of the captured codes. A virtual evaluation board (kelp-board) is\n\
+included.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
