@@ -12,6 +12,8 @@
 #include <QValueAxis>
 #include <algorithm>
 
+#include "platform/charttheme.h"
+
 namespace kelp::platform {
 
 namespace {
@@ -47,6 +49,10 @@ BarChart::BarChart(QWidget* parent) : QWidget(parent) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(view_);
+    followPalette(this, chart_, [this] {
+        columnMarks_->setPen(QPen(xAxis_->linePenColor(), 0));
+        scheduleRebuild();
+    });
     rebuild();
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/charttheme.h"
 #include "platform/qteventqueue.h"
 #include "shell/application.h"
 #include "shell/programfolder.h"
@@ -14,6 +15,8 @@ namespace {
 struct Options {
     QCommandLineOption port{"port", "Also list this serial device (repeatable).", "device"};
     QCommandLineOption noBoard{"no-virtual-board", "Do not offer the built-in virtual board."};
+    QCommandLineOption dark{"dark", "Dark look, whatever the desktop's (or KELP_THEME=dark)."};
+    QCommandLineOption light{"light", "Light look, whatever the desktop's (or KELP_THEME=light)."};
     QCommandLineOption checkImages{
         "check-images", "Check the firmware images, say where they were found, and exit."};
 
@@ -24,6 +27,8 @@ struct Options {
         parser.addVersionOption();
         parser.addOption(port);
         parser.addOption(noBoard);
+        parser.addOption(dark);
+        parser.addOption(light);
         parser.addOption(checkImages);
     }
 };
@@ -69,6 +74,8 @@ int main(int argc, char** argv) {
         app = std::make_unique<QApplication>(argc, argv);
         // Ties the windows to the installed desktop entry and its icon.
         QGuiApplication::setDesktopFileName("org.kelpproject.kelp");
+        // Without a choice the desktop's own palette stays, and the charts follow it.
+        kelp::platform::chooseAppearance(kelp::platform::appearanceChoice(argc, argv));
     }
     QCoreApplication::setApplicationName("KELP");
     QCoreApplication::setApplicationVersion("6.04");
