@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -74,6 +75,7 @@ int main(int argc, char** argv) {
         app = std::make_unique<QApplication>(argc, argv);
         // Ties the windows to the installed desktop entry and its icon.
         QGuiApplication::setDesktopFileName("org.kelpproject.kelp");
+        QApplication::setWindowIcon(QIcon::fromTheme("org.kelpproject.kelp"));
         // Without a choice the desktop's own palette stays, and the charts follow it.
         kelp::platform::chooseAppearance(kelp::platform::appearanceChoice(argc, argv));
     }
