@@ -3,7 +3,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: setup build run test asan fuzz bench soak screenshots clean
+.PHONY: setup build run test asan fuzz bench soak screenshots package install clean
 
 setup:
 	@scripts/setup.sh
@@ -41,6 +41,15 @@ soak: build
 
 screenshots: build
 	scripts/screenshots.sh
+
+# The Debian package, kelp_<version>_<arch>.deb in $(BUILD).
+package: build
+	cd $(BUILD) && cpack -G DEB
+
+# Into PREFIX (default /usr/local); `sudo make install PREFIX=...` where it is not yours.
+PREFIX ?= /usr/local
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
 
 clean:
 	rm -rf $(BUILD) build-asan build-fuzz

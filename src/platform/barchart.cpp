@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/charttheme.h"
+
 namespace kelp::platform {
 
 namespace {
@@ -54,6 +56,10 @@ BarChart::BarChart(QWidget* parent) : QWidget(parent) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(view_);
+    followPalette(this, chart_, [this] {
+        columnMarks_->setPen(QPen(xAxis_->linePenColor(), 0));
+        scheduleRebuild();
+    });
     rebuild();
 }
 

@@ -7,11 +7,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/charttheme.h"
+
 namespace kelp::platform {
 
 namespace {
 
-// Window-coloured border, then the white chart; inside it the plot's insets.
+// Window-coloured border, then the chart; inside it the plot's insets.
 constexpr int kBorder = 9;
 constexpr int kLeft = 24;  // room for the ticks of the vertical axis
 constexpr int kTop = 4;
@@ -20,11 +22,6 @@ constexpr int kTickLength = 5;
 constexpr int kTickCount = 6;
 constexpr int kMinimumColumns = 100;
 constexpr int kFlushMs = 40;  // 25 pictures a second at most
-
-const QColor kGridColour(0xe2, 0xe2, 0xe2);
-const QColor kAxisColour(0xd6, 0xd6, 0xd6);
-const QColor kTextColour(0x40, 0x40, 0x44);
-const QColor kTraceColour(0x1f, 0x6f, 0xb4);
 
 int columnOf(double x, const StripChart::Range& range, int columns) {
     const double c = std::floor((x - range.first) * columns / (range.last - range.first));
@@ -216,8 +213,10 @@ void StripChart::paintEvent(QPaintEvent* event) {
     const QRect area = event->rect();
     const QRectF plot = plotArea();
     QPainter painter(this);
+    const ChartColours colours = chartColours(palette());
     painter.fillRect(area, palette().window());
-    painter.fillRect(rect().adjusted(kBorder, kBorder, -kBorder, -kBorder) & area, Qt::white);
+    painter.fillRect(rect().adjusted(kBorder, kBorder, -kBorder, -kBorder) & area,
+                     colours.background);
     if (plot.width() <= 0 || plot.height() <= 0) return;
 
     const Range range = built_.range;
@@ -225,14 +224,14 @@ void StripChart::paintEvent(QPaintEvent* event) {
         return plot.left() + (x - range.first) * plot.width() / (range.last - range.first);
     };
     const double middle = (plot.top() + plot.bottom()) / 2;
-    painter.setPen(QPen(kGridColour, 0));
+    painter.setPen(QPen(colours.grid, 0));
     painter.drawLine(QPointF(plot.left(), plot.top()), QPointF(plot.right(), plot.top()));
     painter.drawLine(QPointF(plot.left(), middle), QPointF(plot.right(), middle));
     for (size_t k = 1; k < ticks_.size(); ++k) {
         const double x = tickX(ticks_[k].x);
         painter.drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
     }
-    painter.setPen(QPen(kAxisColour, 0));
+    painter.setPen(QPen(colours.axis, 0));
     painter.drawLine(plot.topLeft(), plot.bottomLeft());
     painter.drawLine(QPointF(plot.left() - kTickLength + 1, plot.bottom()), plot.bottomRight());
     for (double y : {plot.top(), middle})
@@ -245,7 +244,7 @@ void StripChart::paintEvent(QPaintEvent* event) {
     const QFontMetrics metrics = fontMetrics();
     const int textTop = static_cast<int>(plot.bottom()) + kTickLength + 2;
     if (area.bottom() >= textTop) {
-        painter.setPen(kTextColour);
+        painter.setPen(colours.text);
         for (const Tick& tick : ticks_) {
             const int w = metrics.horizontalAdvance(tick.text);
             const QRect box(static_cast<int>(std::lround(tickX(tick.x))) - w / 2, textTop, w + 1,
@@ -266,7 +265,7 @@ void StripChart::paintEvent(QPaintEvent* event) {
     pixels_.clear();
     for (qsizetype i = first; i < end; ++i) pixels_.push_back(toPixel(drawn_[i], plot));
     painter.setClipRect(plot.adjusted(0, 0, 1, 1).toAlignedRect() & area);
-    painter.setPen(QPen(kTraceColour, 0));
+    painter.setPen(QPen(colours.trace, 0));
     if (pixels_.size() == 1)
         painter.drawPoint(pixels_.front());
     else

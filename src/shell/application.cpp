@@ -12,6 +12,7 @@
 #include "board/boardserver.h"
 #include "link/evaluationwindow.h"
 #include "link/link.h"
+#include "platform/keyboard.h"
 #include "platform/qteventqueue.h"
 #include "platform/qtmessagesink.h"
 #include "platform/qtserialport.h"
@@ -48,6 +49,8 @@ Application::Application(ApplicationOptions options, platform::MessageSink* mess
         messages_ = ownMessages_.get();
     }
 
+    // Escape in an analysis window means its return button.
+    platform::InstallKeyboardConventions(this, QStringLiteral("ReturnButton"));
     main_ = std::make_unique<MainWindow>(state_, *link_, *messages_, options_.programFolder,
                                          portEntries());
     if (auto* sink = dynamic_cast<platform::QtMessageSink*>(messages_))

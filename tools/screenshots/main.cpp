@@ -13,6 +13,7 @@
 #include "analysis/sdanalysiswindow.h"
 #include "link/foldingframe.h"
 #include "link/registerpanel.h"
+#include "platform/charttheme.h"
 #include "platform/qteventqueue.h"
 #include "platform/recordingmessagesink.h"
 #include "sar/sarwindow.h"
@@ -127,6 +128,7 @@ bool shootSigmaDelta(QApplication& app, const QString& folder) {
 int main(int argc, char** argv) {
     kelp::platform::ChooseEventDispatcher();
     QApplication app(argc, argv);
+    kelp::platform::chooseAppearance(kelp::platform::appearanceChoice(argc, argv));
     const QString folder = argc > 1 ? argv[1] : QStringLiteral("docs/screens");
     QDir().mkpath(folder);
     const bool sar = shootSar(app, folder);
