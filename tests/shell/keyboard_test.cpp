@@ -186,7 +186,7 @@ INSTANTIATE_TEST_SUITE_P(
                    "ReturnButton", "MaxCodeHistogramTextbox", true},
         WindowCase{"SD_KELP_Analysis",
                    [](Windows& w) { return w.analysis<analysis::SdAnalysisWindow>(); },
-                   "ReturnButton", "AuxMaxCodeHistogramTextbox", true}),
+                   "ReturnButton", "AuxNoiseFreeBitsTextbox", true}),
     [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
