@@ -1,6 +1,9 @@
 #include "link/foldingframe.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
+#include <QStyleOptionFocusRect>
 #include <cmath>
 
 namespace kelp::link {
@@ -12,6 +15,7 @@ FoldingFrame::FoldingFrame(const QString& caption, const FrameHeights& heights, 
       folded_(new QWidget(this)) {
     setAccessibleName(caption);
     setCursor(Qt::PointingHandCursor);
+    setFocusPolicy(Qt::TabFocus);
 }
 
 bool FoldingFrame::isExpanded() const { return height_ >= heights_.threshold; }
@@ -41,6 +45,34 @@ void FoldingFrame::mouseReleaseEvent(QMouseEvent* event) {
     pressed_ = false;
     event->accept();
     if (click) clicked();
+}
+
+// A group box takes Space for itself before its key handler sees it; only Space pressed on the
+// frame itself folds it (keys that a control inside ignores, like Enter in a box, pass on).
+bool FoldingFrame::event(QEvent* event) {
+    if (event->type() == QEvent::KeyPress && hasFocus()) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        if (key->key() == Qt::Key_Space && key->modifiers() == Qt::NoModifier) {
+            if (!key->isAutoRepeat()) clicked();
+            return true;
+        }
+    }
+    return QGroupBox::event(event);
+}
+
+// The style draws no focus mark on a plain group box: mark the caption while it has the focus.
+void FoldingFrame::paintEvent(QPaintEvent* event) {
+    QGroupBox::paintEvent(event);
+    if (!hasFocus()) return;
+    QStyleOptionGroupBox box;
+    initStyleOption(&box);
+    QStyleOptionFocusRect focus;
+    focus.initFrom(this);
+    focus.rect = style()
+                     ->subControlRect(QStyle::CC_GroupBox, &box, QStyle::SC_GroupBoxLabel, this)
+                     .adjusted(-2, 0, 2, 0);
+    QPainter painter(this);
+    style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
 }
 
 }  // namespace kelp::link

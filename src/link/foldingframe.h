@@ -13,8 +13,10 @@ struct FrameHeights {
     double pixelsPerUnit = 1.0;
 };
 
-// A frame that a click anywhere on it, outside its own controls, expands or collapses; no key
-// does. Its folded part shows only while it is expanded.
+// A frame that a click anywhere on it, outside its own controls, expands or collapses. For the
+// keyboard it is a Tab stop of its own: Space while the frame itself has the focus does what a
+// click does; no other key folds it, nor any key typed in its controls (Enter in a box). Its folded
+// part shows only while it is expanded.
 class FoldingFrame : public QGroupBox {
     Q_OBJECT
 public:
@@ -36,6 +38,8 @@ protected:
     QWidget* foldedPart() const { return folded_; }
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
     // The click handler named after the frame.
     virtual void clicked() { toggle(); }
 

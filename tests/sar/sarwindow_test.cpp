@@ -156,7 +156,7 @@ TEST_F(SarWindowTest, HowARunEndedReachesTheUser) {
     EXPECT_FALSE(world.port.isOpen());
 }
 
-TEST_F(SarWindowTest, RegisterFrameTogglesOnClicksOutsideTheBoxesAndNeverOnAKey) {
+TEST_F(SarWindowTest, RegisterFrameTogglesOnClicksOutsideTheBoxesAndOnSpaceOnItselfOnly) {
     open("Zylo570");
     w->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(w.get()));
@@ -179,9 +179,17 @@ TEST_F(SarWindowTest, RegisterFrameTogglesOnClicksOutsideTheBoxesAndNeverOnAKey)
     click(get("T0SFR"));  // the box's own
     for (QWidget* target : {get("T0SFR"), static_cast<QWidget*>(frame)})
         for (Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
+            if (target == frame && key == Qt::Key_Space) continue;
+            target->setFocus();
             QTest::keyClick(target, key);
             EXPECT_DOUBLE_EQ(frame->frameHeight(), 417.753) << key;
         }
+    // The keyboard's way: Space on the frame itself, as a click.
+    w->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(w.get()));
+    frame->setFocus();
+    QTest::keyClick(frame, Qt::Key_Space);
+    EXPECT_DOUBLE_EQ(frame->frameHeight(), 31);
 }
 
 TEST_F(SarWindowTest, ExitAndClosingAskTheProgramToEnd) {

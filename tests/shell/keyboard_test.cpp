@@ -19,6 +19,7 @@
 
 #include "analysis/saranalysiswindow.h"
 #include "analysis/sdanalysiswindow.h"
+#include "link/foldingframe.h"
 #include "shell/application.h"
 #include "support/widgets.h"
 
@@ -31,7 +32,7 @@ bool isInput(const QWidget* w) {
     if (qobject_cast<const QLineEdit*>(w))
         return !qobject_cast<const QComboBox*>(w->parentWidget());
     return qobject_cast<const QAbstractButton*>(w) || qobject_cast<const QComboBox*>(w) ||
-           qobject_cast<const QAbstractSpinBox*>(w);
+           qobject_cast<const link::FoldingFrame*>(w) || qobject_cast<const QAbstractSpinBox*>(w);
 }
 
 QList<QWidget*> inputs(QWidget* window) {
