@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QPushButton>
+#include <QThread>
 #include <algorithm>
 #include <cmath>
 #include <sstream>
@@ -62,6 +63,14 @@ TEST(EndToEndSigmaDelta, EachGroupRunsFromNextToTheAnalysis) {
         ASSERT_NE(w, nullptr);
         ASSERT_EQ(w->objectName(), "SD_KELP");
         if (c.aux) child<QCheckBox>(w, "AuxillaryADCButton")->setChecked(true);
+        // The board reads a divider command at the line's speed of the moment it reads it; on
+        // a pseudo-terminal a run that changes the speed at once (as no user clicks) could
+        // turn a command still unread into garbage, so wait until the set-up's last one is in.
+        for (int waited = 0; waited < 3000; waited += 5) {
+            const auto sent = loggedWithSpeed(log, "DIVIDER ");
+            if (sent.size() >= c.dividers.size()) break;
+            QThread::msleep(5);
+        }
         // The set-up's rate (20 a second) leaves a loaded test machine time between frames.
         child<QComboBox>(w, "NumSamples")->setEditText("120");
         child<QPushButton>(w, "RunButton")->click();
