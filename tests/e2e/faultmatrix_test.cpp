@@ -1,181 +1,65 @@
 #include <gtest/gtest.h>
 
-#include <QAction>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QStatusBar>
-#include <QThread>
 #include <QTimer>
-#include <algorithm>
-#include <sstream>
 
-#include "analysis/saranalysiswindow.h"
-#include "analysis/sdanalysiswindow.h"
 #include "e2e/e2etools.h"
 #include "platform/qtserialport.h"
-#include "shell/programstate.h"
 
-// Faults on the line, end to end: what the user reads, what the run keeps, and that the user
-// can go on afterwards. What download_test, sarrun_test and portfailure_test assert of the
-// same faults is not asserted again.
+// Faults on the line, end to end: what the user reads, what the program keeps, and that the
+// user can go on afterwards.
 
 namespace kelp::testing {
 namespace {
 
-using Texts = std::vector<std::string>;
-constexpr int32_t kUntouched = -7;  // what a sigma-delta slot holds before the run
+// The port's name in what the user reads when the line stops working.
+std::string lost(const Bench& b) { return "The serial port " + b.ports[0] + " stopped working"; }
 
-// The program's port: a link, as an adapter's name, so that a fresh board can take the place
-// of a faulty one under it.
-const std::string kPort =
-    (fs::temp_directory_path() / ("ttyFM" + std::to_string(::getpid()))).string();
-const std::string kLost = "The serial port " + kPort + " stopped working";
-
-// KELP on a board behind kPort; its program folder (for the firmware images) is `dir`.
-struct Bench {
-    explicit Bench(const std::string& name) : dir(freshFolder(name)) {
-        app = std::make_unique<shell::Application>(
-            shell::ApplicationOptions{.programFolder = dir.string(),
-                                      .extraPorts = {kPort},
-                                      .listSystemPorts = false,
-                                      .virtualBoard = false},
-            &messages);
-        child<QComboBox>(app->mainWindow(), "ComSelect")->setCurrentIndex(4);
-    }
-    ~Bench() {
-        app.reset();
-        board.reset();
-        fs::remove_all(dir);
-        fs::remove(kPort);
-    }
-    fs::path log() const { return dir / "board.log"; }
-    // A board behind the port, its log started afresh.
-    bool plug(const char* model, const QStringList& args = {}) {
-        board.reset();
-        board = std::make_unique<BoardProcess>(
-            QStringList{"--model", model, "--log", QString::fromStdString(log().string())} + args);
-        fs::remove(kPort);
-        if (board->device().empty()) return false;
-        fs::create_symlink(board->device(), kPort);
-        return true;
-    }
-    QMainWindow* window() const { return app->evaluationWindow(); }
-    bool sd() const { return window()->objectName() == "SD_KELP"; }
-    QWidget* analysis() const {
-        return sd() ? static_cast<QWidget*>(app->sdAnalysis()) : app->sarAnalysis();
-    }
-    // What the user reads after clicking the button.
-    Texts click(QWidget* parent, const char* button) {
-        messages.messages.clear();
-        child<QPushButton>(parent, button)->click();
-        return messages.texts();
-    }
-    void next(const char* model) {
-        child<QComboBox>(app->mainWindow(), "VantorCombobox")->setCurrentText(model);
-        child<QPushButton>(app->mainWindow(), "NextButton")->click();
-        if (window() && sd()) awaitDivider();
-    }
-    // The board reads a divider command at the line's speed of that moment: a run that
-    // changes the speed at once (as no user clicks) could make it garbage on a busy machine.
-    void awaitDivider() const {
-        const std::string chosen = std::to_string(app->state().sdLink.CurrentClockDivider);
-        for (int waited = 0; waited < 3000; waited += 5) {
-            const auto sent = loggedWithSpeed(log(), "DIVIDER ");
-            if (!sent.empty() && sent.back().first == chosen) return;
-            QThread::msleep(5);
-        }
-    }
-    Texts run(int samples) {
-        app->state().sd.PrimaryCodeBuffer.fill(kUntouched);
-        child<QComboBox>(window(), "NumSamples")->setEditText(QString::number(samples));
-        return click(window(), "RunButton");
-    }
-    // The codes the board sent since the last run's configuration, in order (sigma-delta:
-    // the primary result).
-    std::vector<long> logged() const {
-        std::vector<long> out;
-        for (const std::string& line : boardLog(log())) {
-            if (line.rfind("CONFIG ", 0) == 0) out.clear();
-            if (line.rfind("CODES ", 0) != 0) continue;
-            std::istringstream in(line.substr(6));
-            for (std::string w; in >> w && w != "-";) {
-                out.push_back(std::stol(w, nullptr, 16));
-                if (sd()) break;
-            }
-        }
-        return out;
-    }
-    int count() const { return app->state().run.SampleCount; }
-    long stored(int i) const {
-        const auto at = static_cast<size_t>(i);
-        return sd() ? app->state().sd.PrimaryCodeBuffer[at] : app->state().sar.SampleBuffer[at + 1];
-    }
-    // After a run: Run back, port closed, the analysis shown; its first `n` slots hold the
-    // board's codes, and when they are all the run took, the figures are theirs.
-    void expectKept(int n) {
-        EXPECT_TRUE(child<QPushButton>(window(), "RunButton")->isVisible());
-        EXPECT_FALSE(child<QPushButton>(window(), "StopButton")->isVisible());
-        EXPECT_FALSE(app->link().port().isOpen());
-        ASSERT_NE(analysis(), nullptr);
-        EXPECT_TRUE(analysis()->isVisible());
-        const std::vector<long> codes = logged();
-        ASSERT_GE(codes.size(), static_cast<size_t>(n));
-        for (int i = 0; i < n; ++i) ASSERT_EQ(stored(i), codes[static_cast<size_t>(i)]) << i;
-        if (n != count()) return;
-        const auto [lo, hi] = std::minmax_element(codes.begin(), codes.begin() + n);
-        const auto hex = [](long v) { return QString::number(v, 16).toUpper().toStdString(); };
-        EXPECT_EQ(texts(analysis(), "MinCodeTextbox|MaxCodeTextBox"), hex(*lo) + "|" + hex(*hi));
-    }
-    // The run takes every sample it asks for.
-    void expectCleanRun(int samples) {
-        EXPECT_EQ(run(samples), Texts{});
-        EXPECT_EQ(count(), samples);
-        expectKept(samples);
-    }
-    // File > Exit ends the program: every window goes, nothing more is said.
-    void expectExit() {
-        child<QAction>(window(), "FileExit")->trigger();
-        EXPECT_TRUE(app->exiting());
-        for (QWidget* w : std::initializer_list<QWidget*>{window(), analysis(), app->mainWindow()})
-            EXPECT_FALSE(w->isVisible()) << w->objectName().toStdString();
-        EXPECT_EQ(messages.texts(), Texts{});
-    }
-
-    fs::path dir;
-    std::unique_ptr<BoardProcess> board;
-    platform::RecordingMessageSink messages;
-    std::unique_ptr<shell::Application> app;
-};
-
-struct DownloadCase {
-    const char* model;
-    const char* fault;  // nullptr: none
-    int killMs;         // > 0: the board goes away this long into the download
-    bool garbledImage;  // a record of SD_KELP.hex with a wrong digit
-    Texts texts;        // empty: asserted in download_test
-    const char* window;
-};
-
-// After a failed download a second Download on a sound board opens the family's window.
-TEST(FaultMatrix, AfterAFailedDownloadTheNextOneWorks) {
-    const std::string lost = "Error: Could not DOWNLOAD Code.\r\n" + kLost +
-                             ": check the cable and the board, or choose the port again, then "
-                             "try again.";
-    const DownloadCase cases[] = {
-        {"Zylo570", "no-reset-answer", 0, false, {}, "SAR_KELP"},
-        {"Zylo570", "nak:erase", 0, false, {}, "SAR_KELP"},
-        {"Zylo570", "nak:record:3", 0, false, {}, "SAR_KELP"},
-        {"Zylo570", "nak:run", 0, false, {}, "SAR_KELP"},
-        {"Zylo570", "extra-byte:record:2", 0, false, {}, "SAR_KELP"},
-        {"Zylo570", "noise:record:7", 0, false, {}, "SAR_KELP"},
-        {"Zylo570", nullptr, 600, false, {}, "SAR_KELP"},
-        {"Zylo581", nullptr, 600, false, {lost}, "SD_KELP"},
+// A failed download says why, on a window the user can go on from; a second Download on a
+// sound board then opens the family's window.
+TEST(FaultMatrix, EachDownloadFaultSaysWhyAndTheNextDownloadWorks) {
+    const std::string reset = shell::MainWindow::kResetFailure;
+    const std::string erase = "Error: Could not ERASE code.", run = "Error: Could not RUN Code.";
+    const std::string record = "Error: Could not DOWNLOAD Code.";
+    const struct {
+        const char* model;
+        const char* fault;   // nullptr: none
+        int killMs;          // > 0: the board goes away this long into the download
+        bool garbledImage;   // a record of SD_KELP.hex with a wrong digit
+        Texts texts;         // "lost": the port stopped working
+        const char* window;  // after the second download; nullptr: not tried
+    } cases[] = {
+        {"Zylo570", "no-reset-answer", 0, false, {reset}, "SAR_KELP"},
+        {"Zylo570", "extra-byte:reset", 0, false, {reset}, nullptr},
+        {"Zylo570", "noise:reset", 0, false, {reset}, nullptr},
+        {"Zylo570", "nak:erase", 0, false, {erase}, "SAR_KELP"},
+        {"Zylo570", "silent:erase", 0, false, {erase}, nullptr},
+        {"Zylo570", "extra-byte:erase", 0, false, {erase}, nullptr},
+        {"Zylo570", "nak:record:3", 0, false, {record}, "SAR_KELP"},
+        {"Zylo570", "silent:record:1", 0, false, {record}, nullptr},
+        {"Zylo570", "noise:record:7", 0, false, {record}, "SAR_KELP"},
+        {"Zylo570", "extra-byte:record:2", 0, false, {record}, "SAR_KELP"},
+        {"Zylo570", "nak:run", 0, false, {run}, "SAR_KELP"},
+        {"Zylo570", "silent:run", 0, false, {run}, nullptr},
+        // A chip of a model without firmware: erased, then refused.
+        {"Zylo599",
+         nullptr,
+         0,
+         false,
+         {"The board answered as Zylo599, a model KELP has no firmware for.\r\nCheck the board "
+          "and its crystal setting, then press Download again.",
+          "Error Invalid Hex File."},
+         nullptr},
+        {"Zylo570", nullptr, 600, false, {"lost"}, "SAR_KELP"},
+        {"Zylo581", nullptr, 600, false, {"lost"}, "SD_KELP"},
         {"Zylo530", nullptr, 0, true, {"Invalid Hex File", "Error Invalid Hex File."}, "SD_KELP"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.fault ? c.fault : c.model);
         Bench b("download");
-        fs::copy(kProgramDir / "ASM", b.dir / "ASM");
-        const fs::path image = b.dir / "ASM" / "SD_KELP.hex";
+        const fs::path image = b.withImages() / "SD_KELP.hex";
         if (c.garbledImage) {
             std::string text = readFile(image);
             const size_t at = text.find(":10", 400) + 12;  // a data digit
@@ -183,23 +67,31 @@ TEST(FaultMatrix, AfterAFailedDownloadTheNextOneWorks) {
             std::ofstream(image, std::ios::binary) << text;
         }
         QStringList args{"--start", "loader"};
-        if (c.fault) args += QStringList{"--no-pacing", "--fault", c.fault};
+        if (c.fault || !c.killMs) args << "--no-pacing";
+        if (c.fault) args << "--fault" << c.fault;
         ASSERT_TRUE(b.plug(c.model, args));
         if (c.killMs) QTimer::singleShot(c.killMs, [&] { b.board.reset(); });
-        const Texts said = b.click(b.app->mainWindow(), "DownloadButton");
-        if (!c.texts.empty()) {
-            EXPECT_EQ(said, c.texts);
-        }
+        Texts expected = c.texts;
+        if (expected == Texts{"lost"})
+            expected = {record + "\r\n" + lost(b) +
+                        ": check the cable and the board, or choose the port again, then try "
+                        "again."};
+        EXPECT_EQ(b.download(), expected);
+        for (const auto& m : b.messages.messages) EXPECT_EQ(m.title, "Warning");
+        EXPECT_FALSE(b.app->link().port().isOpen());
+        for (const char* button : {"DownloadButton", "NextButton"})
+            EXPECT_TRUE(b.control<QPushButton>(button)->isEnabled()) << button;
+        EXPECT_TRUE(b.control<QProgressBar>("ProgressBar")->isHidden());
         ASSERT_EQ(b.window(), nullptr);
-        if (c.garbledImage) {
+        if (!c.fault && !c.killMs) {
             // Checked after the erase, refused before anything is written.
             EXPECT_EQ(boardLog(b.log()), (Texts{"RESET", "ERASE"}));
             fs::copy_file(kProgramDir / "ASM" / "SD_KELP.hex", image,
                           fs::copy_options::overwrite_existing);
         }
-
+        if (!c.window) continue;
         ASSERT_TRUE(b.plug(c.model, {"--no-pacing", "--start", "loader"}));
-        EXPECT_EQ(b.click(b.app->mainWindow(), "DownloadButton"), Texts{});
+        EXPECT_EQ(b.download(), Texts{});
         ASSERT_NE(b.window(), nullptr);
         EXPECT_EQ(b.window()->objectName(), c.window);
         EXPECT_TRUE(b.app->mainWindow()->isHidden());
@@ -215,8 +107,9 @@ struct RunCase {
     int samples;
     int count;  // SampleCount; 0: wherever the board went away
     int whole;  // leading slots that hold the board's codes one by one; -1: all
-    int skip;   // slots after them not compared, but for `cut`
+    int skip;   // slots after them that hold no code of the board's, but for `cut`
     long cut;   // the first skipped slot holds the board's code with only these bits, or 0
+    bool kept;  // the skipped slots keep what they held
     // The slots after the skipped ones: the board's codes at their own slots (Same), later
     // frames in order, the one after the damaged frame lost with it (Later), or what they
     // held before (Untouched).
@@ -227,18 +120,18 @@ struct RunCase {
 // board takes every sample, and File > Exit ends the program.
 TEST(FaultMatrix, AfterAFaultyRunTheNextOneWorks) {
     const RunCase cases[] = {
-        {"Zylo570", "sar-noise:2", 0, 1000, 1000, 100, 100, 0, Tail::Same},
-        {"Zylo570", "garble:2:17", 0, 1000, 1000, 117, 1, 0, Tail::Same},
-        {"Zylo570", "long-packet:3", 0, 1000, 1000, 200, 100, 0, Tail::Same},
-        {"Zylo570", "silent-after:5", 0, 1000, 500, -1, 0, 0, Tail::Same},
-        {"Zylo580", "frame-noise:5", 0, 20, 20, 5, 0, 0, Tail::Later},
-        {"Zylo560", "frame-noise:3", 0, 20, 20, 3, 0, 0, Tail::Later},
-        {"Zylo560", "short-frame:5:4", 0, 20, 20, 4, 1, 0xFFFF00, Tail::Later},
-        {"Zylo580", "short-frame:3:4", 0, 20, 20, 2, 1, 0xFFFF00, Tail::Later},
-        {"Zylo560", "silent-after:5", 0, 8, 8, 5, 0, 0, Tail::Untouched},
-        {"Zylo580", "silent-after:4", 0, 6, 6, 4, 0, 0, Tail::Untouched},
-        {"Zylo570", nullptr, 400, 4000, 0, -1, 0, 0, Tail::Same},
-        {"Zylo580", nullptr, 700, 40, 0, -1, 0, 0, Tail::Same},
+        {"Zylo570", "sar-noise:2", 0, 1000, 1000, 100, 100, 0, false, Tail::Same},
+        {"Zylo570", "garble:2:17", 0, 1000, 1000, 117, 1, 0, true, Tail::Same},
+        {"Zylo570", "long-packet:3", 0, 1000, 1000, 200, 100, 0, true, Tail::Same},
+        {"Zylo570", "silent-after:5", 0, 1000, 500, -1, 0, 0, false, Tail::Same},
+        {"Zylo580", "frame-noise:5", 0, 20, 20, 5, 0, 0, false, Tail::Later},
+        {"Zylo560", "frame-noise:3", 0, 20, 20, 3, 0, 0, false, Tail::Later},
+        {"Zylo560", "short-frame:5:4", 0, 20, 20, 4, 1, 0xFFFF00, false, Tail::Later},
+        {"Zylo580", "short-frame:3:4", 0, 20, 20, 2, 1, 0xFFFF00, false, Tail::Later},
+        {"Zylo560", "silent-after:5", 0, 8, 8, 5, 0, 0, false, Tail::Untouched},
+        {"Zylo580", "silent-after:4", 0, 6, 6, 4, 0, 0, false, Tail::Untouched},
+        {"Zylo570", nullptr, 400, 4000, 0, -1, 0, 0, false, Tail::Same},
+        {"Zylo580", nullptr, 700, 40, 0, -1, 0, 0, false, Tail::Same},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.model) + " " + (c.fault ? c.fault : "killed"));
@@ -257,20 +150,25 @@ TEST(FaultMatrix, AfterAFaultyRunTheNextOneWorks) {
         } else {
             EXPECT_TRUE(count > 0 && count < c.samples) << count;
         }
-        // What a SAR run says of these is asserted in sarrun_test and portfailure_test.
-        const std::string lost = kLost + " after " + std::to_string(count) +
-                                 " samples; they are kept for the analysis.\r\nCheck the cable "
-                                 "and the board, or choose the port again in the Port menu, "
-                                 "then press Run again.";
-        if (b.sd()) {
-            EXPECT_EQ(said, c.killMs ? Texts{lost} : Texts{});
-        }
+        // Damage is skipped without a word; a silent SAR target and a lost port are said.
+        Texts expected;
+        if (c.killMs)
+            expected = {lost(b) + " after " + std::to_string(count) +
+                        " samples; they are kept for the analysis.\r\nCheck the cable and the "
+                        "board, or choose the port again in the Port menu, then press Run again."};
+        if (!b.sd() && c.whole < 0 && !c.killMs)
+            expected = {"The target stopped answering after " + std::to_string(count) +
+                        " samples.\r\nCheck that the board is powered and connected, then press "
+                        "Run again."};
+        EXPECT_EQ(said, expected);
         const int whole = c.whole < 0 ? count : c.whole;
         b.expectKept(whole);
         const std::vector<long> codes = b.logged();
         if (c.cut) {
             EXPECT_EQ(b.stored(whole), codes.at(static_cast<size_t>(whole)) & c.cut);
         }
+        for (int i = whole; c.kept && i < whole + c.skip; ++i)
+            EXPECT_EQ(b.stored(i), kUntouched) << i;
         size_t later = static_cast<size_t>(whole + c.skip + 1);
         for (int i = whole + c.skip; i < count; ++i) {
             if (c.tail == Tail::Same) {
@@ -284,7 +182,7 @@ TEST(FaultMatrix, AfterAFaultyRunTheNextOneWorks) {
         }
         ASSERT_TRUE(b.plug(c.model, {"--no-pacing"}));
         // A fresh board runs at divider 0; the user says so.
-        if (b.sd()) choose(child<QComboBox>(b.window(), "CDBits"), 0);
+        if (b.sd()) choose(b.control<QComboBox>("CDBits"), 0);
         b.expectCleanRun(std::min(c.samples, 1000));
         b.expectExit();
     }
@@ -300,16 +198,16 @@ TEST(FaultMatrix, APortHeldElsewhereRefusesTheRunUntilReleased) {
         b.next(model);
         ASSERT_NE(b.window(), nullptr);
         platform::QtSerialPort other;
-        other.setPortName(kPort);
+        other.setPortName(b.ports[0]);
         ASSERT_EQ(other.open(), platform::OpenError::None);
         EXPECT_EQ(b.run(samples), Texts{"Com Port Already Open by another host\r\nAnother "
                                         "program holds " +
-                                        kPort + ". Close it there, then try again."});
+                                        b.ports[0] + ". Close it there, then try again."});
         EXPECT_EQ(b.messages.messages[0].title, "Warning");
         EXPECT_TRUE(loggedWithSpeed(b.log(), "CONFIG").empty());
         EXPECT_EQ(b.count(), 0);
         EXPECT_EQ(b.analysis(), nullptr);
-        EXPECT_TRUE(child<QPushButton>(b.window(), "RunButton")->isVisible());
+        EXPECT_TRUE(b.control<QPushButton>("RunButton")->isVisible());
         other.close();
         b.expectCleanRun(samples);
     }
@@ -323,7 +221,7 @@ TEST(FaultMatrix, ADividerChoiceDuringARunIsRefused) {
     ASSERT_TRUE(b.plug("Zylo580"));
     b.next("Zylo580");
     ASSERT_NE(b.window(), nullptr);
-    auto* list = child<QComboBox>(b.window(), "CDBits");
+    auto* list = b.control<QComboBox>("CDBits");
     const Logged setup{{"0", 57600}, {"3", 57600}};  // the 58X set-up leaves divider 3
     ASSERT_EQ(loggedWithSpeed(b.log(), "DIVIDER "), setup);
     const std::string shown = texts(b.window(), "CDBits|PLLCONSFR");
