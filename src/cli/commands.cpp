@@ -397,6 +397,8 @@ std::vector<std::pair<std::string, std::string>> sdExtras(const SdSettings& s, i
             {"NumSamples", std::to_string(samples)}};
 }
 
+constexpr int kDividerSettleMs = 50;
+
 std::optional<Failure> measureSd(const Options& o, SdSettings& s, int samples, Devices& d,
                                  Node::List& nodes, link::RunResult& result, std::string& csv) {
     d.link.applySettings(kFirmwareLinkSettings);
@@ -412,6 +414,9 @@ std::optional<Failure> measureSd(const Options& o, SdSettings& s, int samples, D
             return std::nullopt;
         }
     }
+    // The chip takes a divider command at the old speed and only then switches; a run that
+    // follows at once (no user clicks in between here) must leave it that time.
+    if (positions.size() > 1) d.link.pause(kDividerSettleMs);
     link::RunState run;
     auto results = std::make_unique<sigmadelta::SdResults>();
     const sigmadelta::SdConfiguration config = s.configuration();
