@@ -39,7 +39,7 @@ TEST(EndToEndSigmaDelta, EachGroupRunsFromNextToTheAnalysis) {
         ASSERT_NE(b.window(), nullptr);
         ASSERT_TRUE(b.sd());
         if (c.aux) b.control<QCheckBox>("AuxillaryADCButton")->setChecked(true);
-        EXPECT_EQ(b.run(120), Texts{});
+        EXPECT_EQ(b.run(60), Texts{});
         EXPECT_FALSE(b.app->link().port().isOpen());
         EXPECT_EQ(loggedWithSpeed(b.log(), "DIVIDER "), c.dividers);
         const auto config = loggedWithSpeed(b.log(), "CONFIG ");
@@ -53,17 +53,17 @@ TEST(EndToEndSigmaDelta, EachGroupRunsFromNextToTheAnalysis) {
         EXPECT_TRUE(loggedWithSpeed(b.log(), "BAD").empty());
 
         // Every frame the board sent was stored, in order, and the figures are the board's.
-        EXPECT_EQ(b.count(), 120);
-        b.expectKept(120);  // the stream runs on until the stop byte arrives
+        EXPECT_EQ(b.count(), 60);
+        b.expectKept(60);  // the stream runs on until the stop byte arrives
         const std::vector<long> primary = b.logged(), aux = loggedCodes(b.log(), 1);
-        for (size_t i = 0; c.aux && i < 120; ++i)
+        for (size_t i = 0; c.aux && i < 60; ++i)
             ASSERT_EQ(b.state().sd.AuxCodeBuffer[i], aux.at(i)) << i;
-        const auto [lo, hi] = std::minmax_element(primary.begin(), primary.begin() + 120);
+        const auto [lo, hi] = std::minmax_element(primary.begin(), primary.begin() + 60);
         double mean = 0, squares = 0;
-        for (size_t i = 0; i < 120; ++i) mean += static_cast<double>(primary[i]) / 120;
-        for (size_t i = 0; i < 120; ++i) squares += std::pow(mean - primary[i], 2);
+        for (size_t i = 0; i < 60; ++i) mean += static_cast<double>(primary[i]) / 60;
+        for (size_t i = 0; i < 60; ++i) squares += std::pow(mean - primary[i], 2);
         // Bipolar over REFIN 2.5 V at range 7: 5.12 V full scale over 2^24 codes.
-        const double rmsMicrovolts = std::sqrt(squares / 120) * 5.12 / 16777216 * 1e6;
+        const double rmsMicrovolts = std::sqrt(squares / 60) * 5.12 / 16777216 * 1e6;
         EXPECT_EQ(texts(b.analysis(), "PPNoiseCodesTextbox|RMSNoiseuVTextbox"),
                   std::to_string(*hi - *lo) + "|" +
                       QString::number(rmsMicrovolts, 'f', 3)
