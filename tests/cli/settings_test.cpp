@@ -69,11 +69,10 @@ TEST(CliSettings, RefusalsNameWhatIsAllowed) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.model) + " " + c.sets.front().first);
-        std::optional<std::string> error;
-        if (std::string(c.model) == "Zylo530" || std::string(c.model).starts_with("Zylo58"))
-            error = SdSettings(c.model, std::string(c.model).starts_with("Zylo58")).apply(c.sets);
-        else
-            error = SarSettings(c.model).apply(c.sets);
+        const std::string model = c.model;
+        const bool is58X = model.starts_with("Zylo58");
+        const auto error = model == "Zylo530" || is58X ? SdSettings(model, is58X).apply(c.sets)
+                                                       : SarSettings(model).apply(c.sets);
         ASSERT_TRUE(error.has_value());
         for (const std::string& part : c.inError)
             EXPECT_NE(error->find(part), std::string::npos) << *error;
