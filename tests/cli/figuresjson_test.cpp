@@ -35,13 +35,14 @@ void expectSame(const QWidget& window, const QJsonObject& json, const Pairs& pai
     }
 }
 
-const Pairs kNoise = {{"sample_count", "SampleCountTextbox"},
-                      {"mean_code", "MeanCodeTextbox"},
-                      {"mean_volts", "MeanVoltsTextbox"},
-                      {"std_dev_codes", "StdDevCodesTextbox"},
-                      {"pp_estimate_codes_6_6_sigma", "PPEstimateCodesTextbox"},
-                      {"effective_resolution_bits", "EffectiveBitsTextbox"},
-                      {"noise_free_resolution_bits", "NoiseFreeBitsTextbox"}};
+// clang-format off
+const Pairs kNoise = {
+    {"sample_count", "SampleCountTextbox"}, {"mean_code", "MeanCodeTextbox"},
+    {"mean_volts", "MeanVoltsTextbox"}, {"std_dev_codes", "StdDevCodesTextbox"},
+    {"pp_estimate_codes_6_6_sigma", "PPEstimateCodesTextbox"},
+    {"effective_resolution_bits", "EffectiveBitsTextbox"},
+    {"noise_free_resolution_bits", "NoiseFreeBitsTextbox"}};
+// clang-format on
 
 // Codes around `centre` with a spread of about `spread`, a fixed pattern.
 std::vector<int32_t> codes(int32_t centre, int spread, int count) {
@@ -52,15 +53,16 @@ std::vector<int32_t> codes(int32_t centre, int spread, int count) {
 }
 
 TEST(CliFiguresJson, SarFiguresReadAsTheWindowShowsThem) {
-    Pairs pairs = {{"max_code", "MaxCodeTextBox"},
-                   {"min_code", "MinCodeTextbox"},
-                   {"peak_to_peak_codes", "CodeDistributionTextbox"},
-                   {"histogram_max_code", "MaxCodeHistogramTextbox"},
-                   {"histogram_mid_code", "MidCodeHistogramTextbox"},
-                   {"histogram_min_code", "MinCodeHistogramTextbox"},
-                   {"histogram_first_column_count", "NumberMinCode"},
-                   {"histogram_peak_count", "NumberMidCode"},
-                   {"histogram_last_column_count", "NumberMaxCode"}};
+    // clang-format off
+    Pairs pairs = {
+        {"max_code", "MaxCodeTextBox"}, {"min_code", "MinCodeTextbox"},
+        {"peak_to_peak_codes", "CodeDistributionTextbox"},
+        {"histogram_max_code", "MaxCodeHistogramTextbox"},
+        {"histogram_mid_code", "MidCodeHistogramTextbox"},
+        {"histogram_min_code", "MinCodeHistogramTextbox"},
+        {"histogram_first_column_count", "NumberMinCode"},
+        {"histogram_peak_count", "NumberMidCode"}, {"histogram_last_column_count", "NumberMaxCode"}};
+    // clang-format on
     pairs.insert(pairs.end(), kNoise.begin(), kNoise.end());
     // Exact and binned histograms, and a reference without a number (no volts).
     const struct {
@@ -84,57 +86,45 @@ TEST(CliFiguresJson, SarFiguresReadAsTheWindowShowsThem) {
 }
 
 TEST(CliFiguresJson, SigmaDeltaFiguresReadAsTheWindowShowsThem) {
-    const Pairs top = {{"sf", "Text5"},
-                       {"update_rate_hz", "Text6"},
-                       {"iexc1", "Text7"},
-                       {"iexc2", "Text8"},
-                       {"dac", "Text13"}};
-    Pairs block = {{"reference", "VrefTextbox"},
-                   {"channel", "ADCChanTextbox"},
-                   {"range", "ADCRangeTextbox"},
-                   {"peak_to_peak_codes", "PPNoiseCodesTextbox"},
-                   {"rms_noise_uV", "RMSNoiseuVTextbox"},
-                   {"rms_resolution_bits", "RMSNoiseBitsTextbox"},
-                   {"pp_noise_uV", "PPNoiseuVTextbox"},
-                   {"pp_resolution_bits", "PPNoiseBitsTextbox"},
-                   {"histogram_max_code", "MaxCodeHistogramTextbox"},
-                   {"histogram_mid_code", "MidCodeHistogramTextbox"},
-                   {"histogram_min_code", "MinCodeHistogramTextbox"},
-                   {"min_code", "MinCodeTextbox"}};
+    // clang-format off
+    const Pairs top = {{"sf", "Text5"}, {"update_rate_hz", "Text6"}, {"iexc1", "Text7"},
+                       {"iexc2", "Text8"}, {"dac", "Text13"}};
+    Pairs block = {
+        {"reference", "VrefTextbox"}, {"channel", "ADCChanTextbox"}, {"range", "ADCRangeTextbox"},
+        {"peak_to_peak_codes", "PPNoiseCodesTextbox"}, {"rms_noise_uV", "RMSNoiseuVTextbox"},
+        {"rms_resolution_bits", "RMSNoiseBitsTextbox"}, {"pp_noise_uV", "PPNoiseuVTextbox"},
+        {"pp_resolution_bits", "PPNoiseBitsTextbox"},
+        {"histogram_max_code", "MaxCodeHistogramTextbox"},
+        {"histogram_mid_code", "MidCodeHistogramTextbox"},
+        {"histogram_min_code", "MinCodeHistogramTextbox"}, {"min_code", "MinCodeTextbox"}};
     block.insert(block.end(), kNoise.begin(), kNoise.end());
+    // One window for all: the auxiliary block off, then on, must show each run's own figures.
     const struct {
         const char* model;
         bool is58X;
         int spread;
         Assignments sets;
     } cases[] = {
-        {"Zylo580",
-         true,
-         9,
-         {{"AuxillaryADCButton", "1"},
-          {"IEXC1Button", "1"},
-          {"DACButton", "1"},
-          {"DACData", "800"}}},
-        {"Zylo530",
-         false,
-         3,
-         {{"PrimaryMode", "Unipolar"}, {"AuxillaryADCButton", "1"}, {"AuxReference", "External"}}},
         {"Zylo560", false, 80, {{"VrefTextbox", "1.8"}}},
+        {"Zylo580", true, 9, {{"AuxillaryADCButton", "1"}, {"IEXC1Button", "1"},
+                              {"DACButton", "1"}, {"DACData", "800"}}},
+        {"Zylo530", false, 3, {{"PrimaryMode", "Unipolar"}, {"AuxillaryADCButton", "1"},
+                               {"AuxReference", "External"}}},
     };
+    // clang-format on
+    analysis::SdAnalysisWindow window("Zylo560");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.model);
         SdSettings s(c.model, c.is58X);
         ASSERT_EQ(s.apply(c.sets), std::nullopt);
         const std::vector<int32_t> primary = codes(0x8000A0, c.spread, 300);
         const std::vector<int32_t> aux = codes(0x8140, 2 * c.spread, 300);
-        std::vector<int32_t> raw = primary;
         const auto [plo, phi] = std::minmax_element(primary.begin(), primary.end());
         const auto [alo, ahi] = std::minmax_element(aux.begin(), aux.end());
         analysis::SdAnalysisInput in;
         in.ModelName = c.model;
-        in.results = {primary, raw, aux, *plo, *phi, *alo, *ahi, 300};
+        in.results = {primary, primary, aux, *plo, *phi, *alo, *ahi, 300};
         in.settings = s.runSettings();
-        analysis::SdAnalysisWindow window(c.model);
         window.AnalyseData(in);
         const QJsonObject json = figures(SdFigureNodes(in));
         expectSame(window, json, top);

@@ -71,8 +71,6 @@ TEST_F(SarRunTest, SendsTheMessageWaitsThenTakesThePacketsAsked) {
         EXPECT_EQ(world.port.writes.back(), "S");
         const int n = 100 * packets;
         EXPECT_EQ(std::pair(countAtAnalysis, chart.points.size()), std::pair(n, size_t(n)));
-        EXPECT_EQ(std::tuple(results.SampleBuffer[1], results.SampleBuffer[size_t(n)]),
-                  packets ? std::tuple(codeOf(0, 0), codeOf(packets - 1, 99)) : std::tuple(0, 0));
     }
     EXPECT_EQ(chart.extent(), 10000);
     EXPECT_FALSE(world.port.isOpen() || world.timer.enabled());
@@ -121,8 +119,7 @@ TEST_F(SarRunTest, ClosingTheProgramEndsTheRunAtOnce) {
 TEST_F(SarRunTest, BoundsWidenAndLabelsFollow) {
     numSamples = "100";
     // The extremes mid-packet; an earlier run's bounds give way to the first sample.
-    chart.lower = 0;
-    chart.upper = 4000;
+    chart.lower = 0, chart.upper = 4000;
     answerWithPackets([](int, int j) { return j == 30 ? 0x7F0 : j == 60 ? 0x813 : 0x800; });
     run.execute();
     EXPECT_EQ(chart.labels, (std::vector<std::string>{"814", "802", "7EF"}));  // 2049.5 to 2050

@@ -2,12 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <QAction>
 #include <QCheckBox>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
-#include <functional>
 #include <memory>
 
 #include "link/link.h"
@@ -34,20 +32,6 @@ protected:
     W* get(const char* name) {
         return testing::child<W>(w.get(), name);
     }
-    // A run for `numSamples`; the target answers `packets` requests with codes 7F7 and 802,
-    // then does what `after` says.
-    void runFor(const char* numSamples, int packets, std::function<void()> after = {}) {
-        world.port.onWrite = [=, this, n = 0](const std::string& block) mutable {
-            if (block != "R") return;
-            if (n++ >= packets) return after ? after() : void();
-            std::string p;
-            for (int j = 0; j < 100; ++j) p += j % 2 ? "\r0802" : "\r07F7";
-            world.deliverAfter(87, p);
-        };
-        get<QComboBox>("NumSamples")->setEditText(numSamples);
-        get<QPushButton>("RunButton")->click();
-    }
-
     testing::FakeWorld world;
     link::Link link{world.port, world.timer, world.events};
     link::RunState run;
@@ -128,32 +112,19 @@ TEST_F(SarWindowTest, RunSendsEveryBoxAtItsOffsetWithStopInRunsPlace) {
         stopInRunsPlace =
             get("StopButton")->isVisibleTo(w.get()) && !get("RunButton")->isVisibleTo(w.get());
     });
-    runFor("150", 2);
+    world.port.onWrite = [this](const std::string& block) {
+        std::string packet;  // 100 records
+        for (int j = 0; j < 50; ++j) packet += "\r07F7\r0802";
+        if (block == "R") world.deliverAfter(87, packet);
+    };
+    get<QComboBox>("NumSamples")->setEditText("150");
+    get<QPushButton>("RunButton")->click();
     ASSERT_EQ(world.port.writes.size(), 4u);  // C, R, R, S
     const char kSent[] =
         "C\xE4\x03\x00\x0D\xFC\x18\x01\x23\x11\x22\x80\x00\x56\x78\x33\x44"
         "\x55\x66\x77\x88\x99\x00\x01\xAA\xF3";
     EXPECT_EQ(world.port.writes[0], std::string(kSent, 26));
     EXPECT_TRUE(stopInRunsPlace && get("RunButton")->isVisibleTo(w.get()));
-}
-
-TEST_F(SarWindowTest, HowARunEndedReachesTheUser) {
-    open("Zylo570");
-    world.port.setPortName("/dev/ttyS0");
-    world.port.openResult = platform::OpenError::Busy;
-    runFor("200", 0);
-    world.port.openResult = platform::OpenError::None;
-    runFor("200", 1, [this] { world.port.failNow = true; });
-    EXPECT_EQ(messages.messages,
-              (std::vector<platform::RecordingMessageSink::Message>{
-                  {"Com Port Already Open by another host\r\nAnother program holds /dev/ttyS0. "
-                   "Close it there, then try again.",
-                   "Warning"},
-                  {"The serial port /dev/ttyS0 stopped working after 100 samples; they are kept "
-                   "for the analysis.\r\nCheck the cable and the board, or choose the port "
-                   "again in the Port menu, then press Run again.",
-                   "Warning"}}));
-    EXPECT_FALSE(world.port.isOpen());
 }
 
 TEST_F(SarWindowTest, RegisterFrameTogglesOnClicksOutsideTheBoxesAndOnSpaceOnItselfOnly) {
@@ -192,13 +163,12 @@ TEST_F(SarWindowTest, RegisterFrameTogglesOnClicksOutsideTheBoxesAndOnSpaceOnIts
     EXPECT_DOUBLE_EQ(frame->frameHeight(), 31);
 }
 
-TEST_F(SarWindowTest, ExitAndClosingAskTheProgramToEnd) {
-    for (bool viaMenu : {true, false}) {
-        open("Zylo570");
-        QSignalSpy exits(w.get(), &SarWindow::exitRequested);
-        viaMenu ? get<QAction>("FileExit")->trigger() : void(w->close());
-        EXPECT_EQ(exits.count(), 1);
-    }
+// File > Exit is the end-to-end tests'.
+TEST_F(SarWindowTest, ClosingAsksTheProgramToEnd) {
+    open("Zylo570");
+    QSignalSpy exits(w.get(), &SarWindow::exitRequested);
+    w->close();
+    EXPECT_EQ(exits.count(), 1);
 }
 
 }  // namespace

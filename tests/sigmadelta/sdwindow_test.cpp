@@ -5,7 +5,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
-#include <QPushButton>
 #include <memory>
 
 #include "link/link.h"
@@ -135,23 +134,6 @@ TEST_F(SdWindowTest, ADividerChoiceSendsAtOnce) {
     EXPECT_EQ(world.port.baudAtWrite, (std::vector<int>{57600, 9600, 9600, 57600, 57600, 57600}));
     EXPECT_EQ(shown, "03@9600 03@9600 00@57600 02@57600 01@57600 00@57600 ");
     EXPECT_FALSE(world.port.isOpen());
-}
-
-TEST_F(SdWindowTest, ADividerChoiceDuringARunIsRefused) {
-    open("Zylo560");
-    auto* cd = get<QComboBox>("CDBits");
-    get<QComboBox>("NumSamples")->setEditText("2");
-    // A frame for the first sample, then a divider choice while the second is awaited.
-    world.port.onWrite = [this](const std::string& block) {
-        if (block == "R") world.deliverAfter(5, "\r800000800000");
-    };
-    world.actAt(world.now + 300, [cd] { choose(cd, 1); });
-    world.port.writes.clear();
-    get<QPushButton>("RunButton")->click();
-    ASSERT_EQ(world.port.writes.size(), 3u);  // the message, "R", "S": no divider command
-    EXPECT_EQ(world.port.writes[1] + world.port.writes[2], "RS");
-    EXPECT_EQ(std::tuple(cd->currentIndex(), state.CurrentClockDivider, run.SampleCount),
-              std::tuple(0, 0, 2));
 }
 
 }  // namespace
