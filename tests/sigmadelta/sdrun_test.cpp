@@ -4,6 +4,7 @@
 
 #include "link/link.h"
 #include "platform/recordingtrace.h"
+#include "support/boardpeer.h"
 #include "support/fakes.h"
 
 namespace kelp::sigmadelta {
@@ -108,6 +109,27 @@ TEST_F(SdRunTest, RefusalsAndEndings) {
     EXPECT_EQ(runner.execute("Zylo540", false).outcome, RunOutcome::Aborted);
     EXPECT_EQ(world.port.writes.back(), "R");  // no stop byte once the program ends
     EXPECT_FALSE(world.port.isOpen() || world.timer.enabled());
+}
+
+// Against the virtual board's own engine, paced on the simulated clock as over the line.
+TEST_F(SdRunTest, OnTheBoardEveryFrameSentIsStored) {
+    board::BoardOptions options;
+    options.model = "Zylo580";
+    testing::BoardPeer peer(world, options);
+    state.LinkSettings = "57600,N,8,1";
+    numSamples = "40";
+    config.PON = true;
+    runner.execute("Zylo580", true);
+    std::vector<int32_t> sent;
+    for (const std::string& line : peer.engine().takeLog())
+        if (line.starts_with("CODES ")) sent.push_back(std::stoi(line.substr(6, 6), nullptr, 16));
+    ASSERT_GE(sent.size(), 40u);
+    sent.resize(40);
+    EXPECT_EQ(
+        std::vector(results.PrimaryCodeBuffer.begin(), results.PrimaryCodeBuffer.begin() + 40),
+        sent);
+    for (const board::ReceivedRequest& r : peer.engine().takeRequests())
+        EXPECT_NE(r.kind, board::RequestKind::Bad);
 }
 
 }  // namespace
