@@ -52,8 +52,6 @@ TEST(BoardEngine, LoaderAnswersAndItsFaults) {
         {{"nak:record:2", "silent:record:3"}, {w, w, w, w}, {kAck, kNak, "-", kAck}},
         // Write requests are counted again from each reset.
         {{"nak:record:1", "no-reset-answer"}, {w, kResetSequence, w}, {kNak, "-", kNak}},
-        // The loader is gone after a run: a loader frame now means nothing.
-        {{}, {kRun, kRun}, {kAck, "-"}, {"RUN @9600", "BAD 07 0E 04 55 00 00 00 A7 @57600"}},
         // A reset anywhere: what was half received is garbage, a packet asked for never leaves.
         {{}, {halfWrite, kErase}, {kId, kAck},
          {"BAD 07 0E 0A 57 00 00 @9600", "RESET @9600", "ERASE @9600"}},

@@ -54,7 +54,6 @@ TEST(SigmaDeltaFirmware, FramesComeOnTheClockAtTheUpdateRateCappedByTheLink) {
         {"Zylo580", sdConfiguration({0x07, 0x4F, 0x0F, 0x38, 0x0D}), "D3", 9600, link9600},
         // No chopping bit in the mode byte of the first four; SF below 0x0D counts as 0x0D.
         {"Zylo560", sdConfiguration({0x67, 0x20, 0x28, 0x05}), "", 57600, 4096.0 / (3 * 0x0D)},
-        {"Zylo560", sdConfiguration({0x67, 0x20, 0x20, 0x0D}), "D3", 9600, link9600},
     };
     for (const auto& [model, config, before, baud, hz] : cases) {
         BoardEngine engine(withFaults({}, kFirmware, model));

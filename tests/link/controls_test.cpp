@@ -19,25 +19,22 @@ namespace {
 using namespace std::string_view_literals;
 using testing::child;
 
+constexpr const char* kNames[] = {"Frame", "Caption", "List", "Display", "Box"};
+
 // A window with a frame "Frame" holding a caption "Caption", a list "List" and a display
 // "Display", and a box "Box" outside it; "Frame", "List" and "Box" are disabled.
 std::unique_ptr<QWidget> disabledWindow() {
     auto window = std::make_unique<QWidget>();
-    auto* frame = new QGroupBox(QStringLiteral("Auxiliary ADC"), window.get());
-    frame->setObjectName("Frame");
+    auto* frame = new QGroupBox(QStringLiteral("Auxiliary ADC"));
+    auto* list = new QComboBox;
+    list->addItem("Bipolar");
+    QWidget* const widgets[] = {frame, new QLabel("Mode"), list, new QLineEdit, new QLineEdit};
     auto* inside = new QVBoxLayout(frame);
-    for (auto [name, w] : {std::pair<const char*, QWidget*>{"Caption", new QLabel("Mode")},
-                           {"List", new QComboBox},
-                           {"Display", new QLineEdit}}) {
-        w->setObjectName(name);
-        inside->addWidget(w);
-    }
-    child<QComboBox>(window.get(), "List")->addItem("Bipolar");
-    auto* box = new QLineEdit(window.get());
-    box->setObjectName("Box");
     auto* outer = new QVBoxLayout(window.get());
-    outer->addWidget(frame);
-    outer->addWidget(box);
+    for (int i = 0; i < 5; ++i) {
+        widgets[i]->setObjectName(kNames[i]);
+        (i == 0 || i == 4 ? outer : inside)->addWidget(widgets[i]);
+    }
     window->resize(300, 200);
     constexpr std::array names = {"Frame"sv, "List"sv, "Box"sv, "Missing"sv};
     DisableControls(window.get(), names);
@@ -57,7 +54,7 @@ int darkestCaptionPixel(QGroupBox* frame) {
 TEST(DisableControls, FrameKeepsItsControlsAndGreysOnlyItsCaption) {
     const auto window = disabledWindow();
     std::string enabled;
-    for (const char* name : {"Frame", "Caption", "List", "Display", "Box"})
+    for (const char* name : kNames)
         enabled += child<QWidget>(window.get(), name)->isEnabled() ? '1' : '0';
     EXPECT_EQ(enabled, "11010");
 

@@ -19,14 +19,12 @@ constexpr FrameHeights kHeights{35, 417.753, 31};
 TEST(RegisterPanel, EveryBoxKeepsToItsOwnRule) {
     RegisterPanel panel(kHeights);
     EXPECT_EQ(child<QLineEdit>(&panel, "PWMCONSFR")->text(), "00");  // as designed until edited
-    const QStringList names = QStringLiteral(
-                                  "PWMCONSFR PWM0HSFR PWM0LSFR PWM1HSFR PWM1LSFR P0SFR P1_0SFR "
-                                  "P1_1SFR P2SFR P3SFR TCONSFR TMODSFR T0SFR T1SFR TIMECONSFR "
-                                  "SCONSFR T2CONSFR RCAP2HSFR RCAP2LSFR PLLCONSFR")
-                                  .split(' ');
     QStringList shown;
-    for (const QString& name : names) {
-        auto* box = child<QLineEdit>(&panel, qPrintable(name));
+    for (const char* name :
+         {"PWMCONSFR",  "PWM0HSFR", "PWM0LSFR", "PWM1HSFR",  "PWM1LSFR",  "P0SFR",    "P1_0SFR",
+          "P1_1SFR",    "P2SFR",    "P3SFR",    "TCONSFR",   "TMODSFR",   "T0SFR",    "T1SFR",
+          "TIMECONSFR", "SCONSFR",  "T2CONSFR", "RCAP2HSFR", "RCAP2LSFR", "PLLCONSFR"}) {
+        auto* box = child<QLineEdit>(&panel, name);
         box->setText(QStringLiteral("1ff"));
         shown << box->text();
     }

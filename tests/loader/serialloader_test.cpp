@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "board/boardtesting.h"
 #include "link/link.h"
 #include "loader/download.h"
 #include "loader/frames.h"
@@ -13,6 +14,21 @@
 
 namespace kelp::loader {
 namespace {
+
+using board::testing::bytes;
+
+TEST(LoaderFrames, EveryRequestOnTheWire) {
+    EXPECT_EQ(kResetSequence, bytes({0x21, 0x5A, 0x00, 0xA6}));
+    EXPECT_EQ(eraseFrame(), bytes({0x07, 0x0E, 0x01, 0x43, 0xBC}));
+    EXPECT_EQ(runFrame(), bytes({0x07, 0x0E, 0x04, 0x55, 0x00, 0x00, 0x00, 0xA7}));
+    EXPECT_EQ(writeFrameFromLine(":0100ff00aa56"),
+              bytes({0x07, 0x0E, 0x05, 0x57, 0x00, 0x00, 0xFF, 0xAA, 0xFB}));
+    EXPECT_EQ(writeFrameFromLine(":101FF000FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF1"),
+              bytes({0x07, 0x0E, 0x14, 0x57, 0x00, 0x1F, 0xF0}) + std::string(16, '\xFF') +
+                  bytes({0x96}));
+    // 252 data bytes do not fit the length byte.
+    EXPECT_FALSE(writeFrameFromLine(":FC000000" + std::string(2 * 252, 'A') + "00"));
+}
 
 class LoaderTest : public ::testing::Test, public platform::ProgressIndicator {
 protected:
@@ -41,32 +57,6 @@ protected:
     std::pair<int, int> progressRange{-1, -1};
     std::vector<int> progressValues;
 };
-
-TEST_F(LoaderTest, WaitForBytesNeedsExactlyTheCountInTime) {
-    const struct {
-        const char* name;
-        std::vector<std::pair<double, int>> arrivals;  // time, bytes
-        int count;
-        double endsAt;  // the wait succeeds when it ends before 500
-    } cases[] = {
-        {"exact count", {{20, 25}}, 25, 20},
-        {"in two pieces", {{10, 20}, {30, 5}}, 25, 30},
-        {"too many at once", {{10, 30}}, 25, 500},
-        {"passes the count between polls", {{10, 24}, {11, 2}}, 25, 500},
-        {"too late", {{600, 25}}, 25, 500},
-        {"nothing", {}, 1, 500},
-    };
-    for (const auto& c : cases) {
-        world.port.input.clear();
-        world.arrivals.clear();
-        const double start = world.now;
-        for (const auto& [t, n] : c.arrivals) world.deliverAt(start + t, std::string(n, 'x'));
-        EXPECT_EQ(loader.WaitForBytes(500, c.count), c.endsAt < 500) << c.name;
-        EXPECT_DOUBLE_EQ(world.now - start, c.endsAt) << c.name;
-        EXPECT_FALSE(world.timer.enabled() || link.TimerElapsed) << c.name;
-        world.now += 1000;
-    }
-}
 
 TEST_F(LoaderTest, ResetKeepsReplyAndModelOnlyWhenItSucceeds) {
     answerEach([](const std::string&) { return std::string(26, 'Z'); });  // one byte too many
