@@ -19,6 +19,7 @@ TEST(CheckHexFile, LinesAndMessages) {
     } cases[] = {
         {"good image, lower-case digits", good + ":0300000002003bc0\r\n" + end, {}},
         {"bad checksum", ":0300000002003BC1\r\n" + end, {invalid}},
+        {"the last line is never checked", good + ":0300000002003BC1", {}},
         {"16 bytes at 1FF0 end at the limit", ":101FF000" + ffs + "F1\r\n" + end, {}},
         {"16 bytes at 2000", ":10200000" + ffs + "E0\r\n" + end, {tooBig}},
         {"no colon, too big, bad sum: in that order",

@@ -4,7 +4,6 @@
 
 #include <functional>
 
-#include "board/boardtesting.h"
 #include "link/link.h"
 #include "loader/download.h"
 #include "loader/frames.h"
@@ -15,7 +14,7 @@
 namespace kelp::loader {
 namespace {
 
-using board::testing::bytes;
+std::string bytes(std::initializer_list<int> values) { return {values.begin(), values.end()}; }
 
 TEST(LoaderFrames, EveryRequestOnTheWire) {
     EXPECT_EQ(kResetSequence, bytes({0x21, 0x5A, 0x00, 0xA6}));
