@@ -70,21 +70,17 @@ struct MainWindowTest : ::testing::Test {
         std::vector<PortEntry>{{"/dev/ttyUSB0", "/dev/ttyUSB0", false}});
 };
 
-TEST_F(MainWindowTest, PortChoices) {
+TEST_F(MainWindowTest, PortChoicesSurviveListingThePortsAgain) {
     EXPECT_EQ(world.port.portName(), "/dev/ttyS0");
-    const std::pair<int, const char*> steps[] = {{2, "/dev/ttyS1"},
-                                                 {3, "/dev/ttyS2"},
-                                                 {0, "/dev/ttyS2"},
-                                                 {4, "/dev/ttyUSB0"},
-                                                 {1, "/dev/ttyS0"}};
-    for (const auto& [position, device] : steps) {
+    // Position 0 keeps the last choice.
+    for (const auto& [position, device] : {std::pair{2, "/dev/ttyS1"},
+                                           {3, "/dev/ttyS2"},
+                                           {0, "/dev/ttyS2"},
+                                           {1, "/dev/ttyS0"},
+                                           {4, "/dev/ttyUSB0"}}) {
         list("ComSelect")->setCurrentIndex(position);
-        EXPECT_EQ(world.port.portName(), device) << position;  // position 0 keeps the last
+        EXPECT_EQ(world.port.portName(), device) << position;
     }
-}
-
-TEST_F(MainWindowTest, ListingThePortsAgainKeepsTheChoice) {
-    list("ComSelect")->setCurrentIndex(4);
     // The chosen adapter is gone and another one came: both listed, the choice unchanged.
     window->updatePorts({{"/dev/ttyUSB1", "/dev/ttyUSB1", false}});
     QStringList listed;
